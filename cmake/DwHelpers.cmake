@@ -5,8 +5,14 @@
 function(dw_object_library name)
   file(GLOB _srcs CONFIGURE_DEPENDS
        ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.c)
-  list(FILTER _srcs EXCLUDE REGEX "/(dbglog|syslog_log)\\.cpp$")
+  list(FILTER _srcs EXCLUDE REGEX "/dbglog\\.cpp$")
+  if(NOT _srcs)
+    return()  # nothing in this subsystem yet
+  endif()
   add_library(${name} OBJECT ${_srcs})
+  if(NOT name STREQUAL "dw_platform")
+    set_property(GLOBAL APPEND PROPERTY DW_CORE_OBJECTS $<TARGET_OBJECTS:${name}>)
+  endif()
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/include
                                      PRIVATE ${PROJECT_SOURCE_DIR})
   target_compile_definitions(${name} PRIVATE DPIWRAPPER_BUILDING=1)

@@ -1,0 +1,2 @@
+/* placeholder */
+int dw_rlimit_shim_placeholder;
