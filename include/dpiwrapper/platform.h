@@ -23,7 +23,10 @@ DW_API void dbglog_write(const char *function, const char *file, int line, int l
 DW_API int set_dia_paths(void);
 DW_API extern char DPI_KIV_CONF[DW_PLATFORM_TEXT_SIZE];
 
-/* Command line that prints the installed signature pattern version. */
+/* Command line that prints the installed signature pattern version, split at
+ * white space and run without a shell. The bundled platform leaves it empty;
+ * while it is empty, dw_ioctl::get_dpi_pattern_ver runs "cat SIG_VER_FILE"
+ * instead (the runtime path set by parse_udata, read at each call). */
 DW_API extern char DPI_PATTERN_VERSION_COMMAND[DW_PLATFORM_TEXT_SIZE];
 
 DW_EXTERN_C_END
@@ -33,9 +36,14 @@ DW_EXTERN_C_END
 #include <vector>
 
 namespace Utilities {
-/* Six bytes as two hex digits each joined by sep; upper selects upper-case. */
+/* Six bytes as two hex digits each joined by sep ("aa:bb:cc:dd:ee:ff" for
+ * ':' and false); upper selects upper-case digits A-F; sep '\0' joins them
+ * without a separator. */
 DW_API std::string FormatMACAddress(const unsigned char *mac, char sep, bool upper);
-/* The router's own IPv4 address and MAC text; returns 0 when found. */
+/* The router's own IPv4 address and MAC text (lower case, ':'): the
+ * interface "br-lan", else "br0", else the first interface that is up, not
+ * loopback and has an IPv4 address. Returns 0 when found, else -1 with both
+ * texts untouched. */
 DW_API int GetGatewayInfo(std::string &ip, std::string &mac);
 }  // namespace Utilities
 
