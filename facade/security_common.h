@@ -5,8 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <string>
 
 namespace dw {
@@ -22,12 +20,6 @@ inline uint32_t le32(const uint8_t *p)
     return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
            (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
 }
-
-// Owns an engine report buffer (calloc'd by the request function).
-struct FreeDeleter {
-    void operator()(void *p) const { std::free(p); }
-};
-using ReportBuffer = std::unique_ptr<void, FreeDeleter>;
 
 // A 16-byte address field as text: family 4 gives a dotted quad of the first
 // four bytes, family 6 eight groups of four upper-case hex digits with no

@@ -6,6 +6,7 @@
 #include "dpiwrapper/dw_ioctl.h"
 #include "dpiwrapper/platform.h"
 #include "dpiwrapper/requests.h"
+#include "facade/report_buffer.h"
 #include "facade/security_common.h"
 
 namespace dw {
@@ -190,15 +191,14 @@ int fetch_detail_logs(DpiDataDBCache *cache, const DetailTexts &texts,
     const bool have_rules = cache->get_rule_db(rules);
     const bool have_ips_rules = cache->get_csv_db(ips_rules);
 
-    void *raw = nullptr;
-    unsigned int used = 0;
-    const int rc = request(&raw, &used);
-    ReportBuffer buf(raw);
+    ReportBuffer buf;
+    const int rc = request(&buf.data, &buf.used);
     if (rc != 0) {
         dbglog_write(texts.function, kLogFile, __LINE__, DW_LOG_WARNING, texts.request_failed, rc);
         return rc;
     }
-    if (!buf || used == 0 || !have_rules) return 0;
+    // Without the rule list no record is made; the IPS rule list is optional.
+    if (!buf.data || buf.used == 0 || !have_rules) return 0;
 
     DetailLookups lookups;
     lookups.rule_name = [cache](unsigned int id) { return cache->find_rule_name(id); };
@@ -209,9 +209,8 @@ int fetch_detail_logs(DpiDataDBCache *cache, const DetailTexts &texts,
         Utilities::GetGatewayInfo(ip, mac);
         return mac;
     };
-    Scope::ReadWriteLocked guard(&g_dpi_db_rwlock, false, __FILE__, __LINE__);
-    return decode_detail_report(texts, static_cast<const uint8_t *>(buf.get()), kDetailReportSize,
-                                used, lookups, out);
+    Scope::ReadWriteLocked guard(&g_dpi_db_rwlock, false, kLogFile, __LINE__);
+    return decode_detail_report(texts, buf.bytes(), kDetailReportSize, buf.used, lookups, out);
 }
 
 }  // namespace

@@ -2,21 +2,19 @@
 #include <algorithm>
 
 #include "dpiwrapper/dw_ioctl.h"
-#include "dpiwrapper/platform.h"
-#include "facade/security_common.h"
+#include "facade/facade_log.h"
 
 int dw_ioctl::get_security_logs(dpi_security_log &logs)
 {
-    using dw::seclog::kLogFile;
     if (get_wrs_sec_logs(logs) == 0)
-        dbglog_write(__func__, kLogFile, __LINE__, DW_LOG_INFO, "get wrs logs, OK");
+        DW_FACADE_LOG(DW_LOG_INFO, "get wrs logs, OK");
     if (get_trs_logs(logs) == 0)
-        dbglog_write(__func__, kLogFile, __LINE__, DW_LOG_INFO, "get trs logs, OK");
+        DW_FACADE_LOG(DW_LOG_INFO, "get trs logs, OK");
     if (get_anomaly_detail_logs(logs) == 0)
-        dbglog_write(__func__, kLogFile, __LINE__, DW_LOG_INFO, "get anomaly detail logs, OK");
+        DW_FACADE_LOG(DW_LOG_INFO, "get anomaly detail logs, OK");
     const int result = get_vp_detail_logs(logs);
     if (result == 0)
-        dbglog_write(__func__, kLogFile, __LINE__, DW_LOG_INFO, "get vp detail logs, OK");
+        DW_FACADE_LOG(DW_LOG_INFO, "get vp detail logs, OK");
 
     // Unstable on purpose: records with equal times keep no particular order.
     std::sort(logs.web_logs.begin(), logs.web_logs.end(), sort_by_time<dpi_base_sec_log>);

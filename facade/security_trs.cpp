@@ -6,6 +6,7 @@
 #include "dpiwrapper/dw_ioctl.h"
 #include "dpiwrapper/platform.h"
 #include "dpiwrapper/requests.h"
+#include "facade/report_buffer.h"
 #include "facade/security_common.h"
 
 namespace dw {
@@ -66,17 +67,15 @@ int dw_ioctl::get_trs_logs(dpi_security_log &logs)
     hlist_head *mapping = nullptr;
     const bool have_mapping = cache_->get_wrs_cat(mapping);
 
-    void *buf = nullptr;
-    unsigned int used = 0;
-    const int rc = get_fw_trs_log(&buf, &used);
-    ReportBuffer owner(buf);
+    dw::ReportBuffer buf;
+    const int rc = get_fw_trs_log(&buf.data, &buf.used);
     if (rc != 0) return rc;
-    if (!buf) return 0;
+    if (!buf.data) return 0;
     const DpiDataDBCache *cache = cache_;
     WrsCatLookup find_cat;
     if (have_mapping) find_cat = [cache](int id) { return cache->find_wrs_cat(id); };
-    Scope::ReadWriteLocked guard(&g_dpi_db_rwlock, false, __FILE__, __LINE__);
-    decode_trs_logs(static_cast<const uint8_t *>(buf), kTrsReportSize, used, find_cat,
+    Scope::ReadWriteLocked guard(&g_dpi_db_rwlock, false, kLogFile, __LINE__);
+    decode_trs_logs(buf.bytes(), kTrsReportSize, buf.used, find_cat,
                     logs.ip_logs);
     return 0;
 }

@@ -7,6 +7,8 @@
 #include "dpiwrapper/dw_ioctl.h"
 #include "dpiwrapper/platform.h"
 #include "dpiwrapper/requests.h"
+#include "facade/facade_log.h"
+#include "facade/report_buffer.h"
 #include "facade/security_common.h"
 
 namespace dw {
@@ -55,18 +57,17 @@ int dw_ioctl::get_wrs_sec_logs(dpi_security_log &logs)
     hlist_head *mapping = nullptr;
     const bool have_mapping = cache_->get_wrs_cat(mapping);
 
-    void *buf = nullptr;
-    unsigned int used = 0;
-    const int rc = get_fw_wrs_url_list(&buf, &used);
-    ReportBuffer owner(buf);
+    dw::ReportBuffer buf;
+    const int rc = get_fw_wrs_url_list(&buf.data, &buf.used);
     if (rc != 0) {
-        dbglog_write(__func__, kLogFile, __LINE__, DW_LOG_WARNING, "get wrs url failed(%d)", rc);
+        DW_FACADE_LOG(DW_LOG_WARNING, "get wrs url failed(%d)", rc);
         return rc;
     }
-    if (!buf || used == 0 || !have_mapping) return 0;
+    // Without the web-category mapping no web threat is reported.
+    if (!buf.data || buf.used == 0 || !have_mapping) return 0;
     const DpiDataDBCache *cache = cache_;
-    Scope::ReadWriteLocked guard(&g_dpi_db_rwlock, false, __FILE__, __LINE__);
-    decode_web_threats(static_cast<const uint8_t *>(buf), kWebThreatReportSize, used,
+    Scope::ReadWriteLocked guard(&g_dpi_db_rwlock, false, kLogFile, __LINE__);
+    decode_web_threats(buf.bytes(), kWebThreatReportSize, buf.used,
                        [cache](int id) { return cache->find_wrs_cat(id); }, logs.web_logs);
     return 0;
 }
