@@ -9,7 +9,7 @@ packages=(cmake ninja-build g++ pkg-config libjansson-dev libgtest-dev libbenchm
           clang libclang-rt-dev procps)
 if [ "${1:-}" = "--vm" ]; then
   # tiny-initramfs together with the kernel keeps apt from choosing initramfs-tools.
-  packages+=(qemu-system-x86 linux-image-cloud-amd64 tiny-initramfs busybox-static cpio)
+  packages+=(qemu-system-x86 linux-image-cloud-amd64 tiny-initramfs busybox-static cpio jq)
 fi
 
 missing=()
