@@ -1,5 +1,7 @@
 #include "transport/sys_ops.h"
 
+#include <stdlib.h>
+
 namespace dw {
 namespace sys {
 namespace {
@@ -23,6 +25,7 @@ int real_setrlimit(int resource, const struct rlimit *limit)
 const Ops kReal = {
     real_mq_open,      real_mq_create, ::mq_close,       ::mq_unlink, ::mq_timedsend,
     ::mq_timedreceive, ::mq_getattr,   real_setrlimit,   ::clock_gettime, ::time,
+    ::calloc,
 };
 
 Ops g_ops = kReal;

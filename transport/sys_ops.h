@@ -5,6 +5,7 @@
 #define DW_TRANSPORT_SYS_OPS_H
 
 #include <mqueue.h>
+#include <stddef.h>
 #include <sys/resource.h>
 #include <sys/types.h>
 #include <time.h>
@@ -25,6 +26,8 @@ struct Ops {
     int (*setrlimit)(int resource, const struct rlimit *limit);
     int (*clock_gettime)(clockid_t clock, struct timespec *ts);
     time_t (*time)(time_t *out);
+    /* Allocations whose failure has a defined message or result. */
+    void *(*calloc)(size_t count, size_t size);
 };
 
 /* The table in use. */
