@@ -85,6 +85,7 @@ public:
 
 private:
     struct Indexes;
+    friend struct DbCacheOps;
     Indexes *indexes_;
 };
 #endif
