@@ -1,0 +1,61 @@
+# Compares the names exported by the shared object with tests/exports.txt.
+# Included by tests/CMakeLists.txt it registers the test; run with -P it is
+# the check itself.
+if(CMAKE_SCRIPT_MODE_FILE)
+  execute_process(COMMAND ${NM} -D --defined-only -C ${LIB}
+                  RESULT_VARIABLE rc OUTPUT_VARIABLE listing ERROR_VARIABLE err)
+  if(rc)
+    message(FATAL_ERROR "${NM} failed on ${LIB}: ${err}")
+  endif()
+  # Lines are "<address> <type> <name>"; the name may contain spaces.
+  string(REPLACE "\n" ";" lines "${listing}")
+  set(actual "")
+  foreach(line IN LISTS lines)
+    if(line MATCHES "^[0-9a-fA-F]* *([A-Za-z]) (.+)$")
+      set(type ${CMAKE_MATCH_1})
+      set(name ${CMAKE_MATCH_2})
+      if(type STREQUAL "A" OR name MATCHES "^(_init|_fini|_edata|_end|__bss_start)$")
+        continue()
+      endif()
+      # Implicit instantiations of standard templates keep libstdc++'s default
+      # visibility; they are shown, not counted.
+      if(type MATCHES "^[WV]$" AND name MATCHES "std::")
+        message("note: standard library instantiation exported: ${name}")
+        continue()
+      endif()
+      list(APPEND actual "${name}")
+    endif()
+  endforeach()
+  file(STRINGS ${LIST} expected REGEX "^[^#]")
+  list(SORT actual)
+  list(REMOVE_DUPLICATES actual)
+  list(SORT expected)
+  set(missing ${expected})
+  if(actual AND missing)
+    list(REMOVE_ITEM missing ${actual})
+  endif()
+  set(extra ${actual})
+  if(expected AND extra)
+    list(REMOVE_ITEM extra ${expected})
+  endif()
+  if(missing OR extra)
+    foreach(name IN LISTS missing)
+      message("missing: ${name}")
+    endforeach()
+    foreach(name IN LISTS extra)
+      message("unexpected: ${name}")
+    endforeach()
+    message(FATAL_ERROR "exported names differ from tests/exports.txt")
+  endif()
+  list(LENGTH actual count)
+  message("exports: ${count} names match tests/exports.txt")
+  return()
+endif()
+
+# Sanitizer builds add runtime hooks to the dynamic symbol table.
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize" OR NOT BUILD_SHARED_LIBS)
+  return()
+endif()
+add_test(NAME exports
+  COMMAND ${CMAKE_COMMAND} -DNM=${CMAKE_NM} -DLIB=$<TARGET_FILE:DpiWrapper>
+          -DLIST=${CMAKE_CURRENT_SOURCE_DIR}/exports.txt -P ${CMAKE_CURRENT_LIST_FILE})
