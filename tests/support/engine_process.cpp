@@ -278,6 +278,9 @@ std::vector<uint8_t> EngineProcess::input_of(const EngineRecord &r) const
 
 bool can_create_queue(long maxmsg, long msgsize)
 {
+    // Lift the limit first, as run_ioctl does on every call.
+    const struct rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
+    setrlimit(RLIMIT_MSGQUEUE, &unlimited);
     static std::atomic<unsigned> counter{0};
     char name[64];
     std::snprintf(name, sizeof name, "/dw-probe-%d-%u", static_cast<int>(getpid()), counter++);

@@ -94,7 +94,8 @@ private:
 };
 
 // Whether a message queue of maxmsg x msgsize bytes can be created by this
-// process right now (tried under a unique name and unlinked at once).
+// process right now, after lifting RLIMIT_MSGQUEUE as far as it may, as
+// run_ioctl does (tried under a unique name and unlinked at once).
 bool can_create_queue(long maxmsg, long msgsize);
 
 // "needs a data queue of N x M bytes; this machine's RLIMIT_MSGQUEUE is ...
