@@ -7,6 +7,7 @@
 #define DPICTL_COMMANDS(X) \
     X(version)             \
     X(users)               \
+    X(security_logs)       \
     X(reload_dbs)          \
     X(whitelist_ip)        \
     X(sig_load)            \
