@@ -31,6 +31,9 @@ public:
     ~ReadWriteLocked();
     ReadWriteLocked(const ReadWriteLocked &) = delete;
     ReadWriteLocked &operator=(const ReadWriteLocked &) = delete;
+    /* Where the guard was taken, for diagnostics. */
+    const std::string &file() const { return file_; }
+    int line() const { return line_; }
 
 private:
     pthread_rwlock_t *lock_;

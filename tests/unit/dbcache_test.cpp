@@ -162,7 +162,9 @@ TEST(ScopeGuard, ReaderWaitsForWriterAndNullLockIsNoOp)
     std::atomic<bool> reader_in{false};
     std::thread reader;
     {
-        Scope::ReadWriteLocked w(&lock, true, "test", __LINE__);
+        Scope::ReadWriteLocked w(&lock, true, "test", 42);
+        EXPECT_EQ(w.file(), "test");
+        EXPECT_EQ(w.line(), 42);
         reader = std::thread([&] {
             Scope::ReadWriteLocked r(&lock, false, "test", __LINE__);
             reader_in = true;
