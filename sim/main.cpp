@@ -52,7 +52,9 @@ int serve(const sim::Options &opt)
         return 2;
     }
     sim::Recorder recorder;
-    if (!recorder.open(opt.record_dir, err)) {
+    if (opt.no_record) {
+        recorder.disable();
+    } else if (!recorder.open(opt.record_dir, err)) {
         std::fprintf(stderr, "dpi-engine-sim: %s\n", err.c_str());
         return 1;
     }

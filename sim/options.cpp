@@ -10,7 +10,7 @@ namespace sim {
 
 bool parse_options(int argc, char **argv, Options &out, std::string &err)
 {
-    enum { kReady = 1000, kProbe };
+    enum { kReady = 1000, kProbe, kNoRecord };
     static const struct option kLong[] = {
         {"scenario", required_argument, nullptr, 's'},
         {"record-dir", required_argument, nullptr, 'r'},
@@ -18,6 +18,7 @@ bool parse_options(int argc, char **argv, Options &out, std::string &err)
         {"fault", required_argument, nullptr, 'f'},
         {"delay-ms", required_argument, nullptr, 'd'},
         {"quiet", no_argument, nullptr, 'q'},
+        {"no-record", no_argument, nullptr, kNoRecord},
         {"probe-rlimit", no_argument, nullptr, kProbe},
         {"help", no_argument, nullptr, 'h'},
         {nullptr, 0, nullptr, 0},
@@ -48,6 +49,7 @@ bool parse_options(int argc, char **argv, Options &out, std::string &err)
         }
         case 'q': out.quiet = true; break;
         case kProbe: out.probe_rlimit = true; break;
+        case kNoRecord: out.no_record = true; break;
         case 'h': out.help = true; break;
         case ':': err = "option needs a value"; return false;
         default: err = "unknown option"; return false;
@@ -79,6 +81,7 @@ std::string help_text()
         "  -f, --fault NAME       fault for every request whose entry names none\n"
         "  -d, --delay-ms N       delay of that fault; alone, delays every answer by N ms\n"
         "  -q, --quiet            no per-request line on stderr\n"
+        "      --no-record        keep no request log or input files (long benchmarks)\n"
         "      --probe-rlimit     only try setrlimit(RLIMIT_MSGQUEUE, unlimited): exit 0\n"
         "                         when it works, 1 when it fails (then callers need the\n"
         "                         privilege shim libdw_rlimit_shim.so)\n"

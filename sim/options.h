@@ -15,6 +15,7 @@ struct Options {
     Fault fault = Fault::none;
     int delay_ms = 0;
     bool quiet = false;
+    bool no_record = false;
     bool help = false;
     bool probe_rlimit = false;
 };

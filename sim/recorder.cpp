@@ -69,12 +69,14 @@ bool Recorder::open(const std::string &dir, std::string &err)
 
 void Recorder::append(const RequestRecord &r)
 {
+    if (!enabled_) return;
     std::string line = record_json(r) + "\n";
     write_all(fd_, line.data(), line.size());
 }
 
 bool Recorder::save_input(RequestRecord &r, const Bytes &data)
 {
+    if (!enabled_) return true;
     std::string name = std::to_string(r.req.group) + "-" + std::to_string(r.req.command) + "-" +
                        std::to_string(r.seq) + ".bin";
     std::string path = dir_ + "/" + name;

@@ -39,6 +39,8 @@ public:
 
     // Creates the directory if needed and truncates requests.jsonl.
     bool open(const std::string &dir, std::string &err);
+    // Records nothing from now on.
+    void disable() { enabled_ = false; }
     // Appends the record's line with a single write.
     void append(const RequestRecord &r);
     // Writes the input bytes and returns the file's name in r.input_file.
@@ -49,6 +51,7 @@ public:
 private:
     std::string dir_;
     int fd_ = -1;
+    bool enabled_ = true;
 };
 
 // The record as one line of compact JSON, without the line feed.
