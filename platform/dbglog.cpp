@@ -22,11 +22,13 @@ extern "C" void dbglog_write(const char *function, const char *file, int line, i
                              const char *format, ...)
 {
     pthread_once(&g_open_once, open_log);
-    char text[1024];  // longer texts are cut
-    va_list ap;
-    va_start(ap, format);
-    vsnprintf(text, sizeof text, format ? format : "", ap);
-    va_end(ap);
+    char text[1024] = "";  // longer texts are cut
+    if (format) {
+        va_list ap;
+        va_start(ap, format);
+        vsnprintf(text, sizeof text, format, ap);
+        va_end(ap);
+    }
     syslog(LOG_USER | (level & LOG_PRIMASK), "%s(%s:%d): %s", function ? function : "?",
            file ? file : "?", line, text);
 }

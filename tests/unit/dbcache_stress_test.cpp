@@ -35,8 +35,11 @@ bool get_all(DpiDataDBCache &c)
 {
     list_head *h = nullptr;
     hlist_head *w = nullptr;
-    return c.get_wrs_cat(w) & c.get_dev_db(h) & c.get_rule_db(h) & c.get_csv_db(h) & c.get_app_db(h) &
-           c.get_cat_db(h);
+    const bool got[] = {c.get_wrs_cat(w), c.get_dev_db(h), c.get_rule_db(h),
+                        c.get_csv_db(h),  c.get_app_db(h), c.get_cat_db(h)};
+    for (bool g : got)
+        if (!g) return false;
+    return true;
 }
 
 // Looks everything up under the read side and copies the texts, as the
