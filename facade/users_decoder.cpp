@@ -52,8 +52,9 @@ std::string ipv6_text(const uint8_t *p)
 void copy_descriptions(const dev_os_entry_t &e, dpi_user &u)
 {
     // Texts of a loaded entry are never null; guard anyway, they are cheap.
+    // The record's texts are fresh and empty: append takes the short path.
     auto put = [](std::string &dst, const char *src) {
-        if (src) dst.assign(src);
+        if (src) dst.append(src);
     };
     put(u.dev_desc1, e.text1);
     put(u.dev_desc2, e.text2);
@@ -61,6 +62,26 @@ void copy_descriptions(const dev_os_entry_t &e, dpi_user &u)
     put(u.dev_desc4, e.text4);
     put(u.dev_desc5, e.text5);
     put(u.dev_desc6, e.text6);
+}
+
+// The fields of one entry, without descriptions.
+void fill_record(const uint8_t *e, dpi_user &u)
+{
+    u.uid = e[kUidOffset];
+    u.mac = Utilities::FormatMACAddress(e + kMacOffset, ':', false);
+    u.ipv4 = ipv4_text(e + kIpv4Offset);
+    u.ipv6 = ipv6_text(e + kIpv6Offset);
+    const char *host = reinterpret_cast<const char *>(e + kHostNameOffset);
+    u.host_name.assign(host, strnlen(host, kHostNameSize));
+    u.dev_attr = le16(e + kDevAttrOffset);
+    for (int k = 0; k < 6; ++k) u.dev_os_ids[k] = le16(e + kDevOsIdsOffset + 2 * k);
+}
+
+const dev_os_entry_t *find_device(const uint8_t *e, const DevOsLookup &lookup)
+{
+    unsigned int keys[6];
+    for (int k = 0; k < 6; ++k) keys[k] = le16(e + kDevOsIdsOffset + 2 * k);
+    return lookup.find(lookup.ctx, keys);
 }
 
 }  // namespace
@@ -74,24 +95,21 @@ size_t decode_users(const uint8_t *buf, size_t used, size_t capacity, const DevO
     while (valid < count && buf[valid * kUserEntrySize + kInUseOffset] != 0) ++valid;
     users.reserve(users.size() + valid);
 
-    for (size_t i = 0; i < valid; ++i) {
-        const uint8_t *e = buf + i * kUserEntrySize;
-        users.emplace_back();
-        dpi_user &u = users.back();
-        u.uid = e[kUidOffset];
-        u.mac = Utilities::FormatMACAddress(e + kMacOffset, ':', false);
-        u.ipv4 = ipv4_text(e + kIpv4Offset);
-        u.ipv6 = ipv6_text(e + kIpv6Offset);
-        const char *host = reinterpret_cast<const char *>(e + kHostNameOffset);
-        u.host_name.assign(host, strnlen(host, kHostNameSize));
-        u.dev_attr = le16(e + kDevAttrOffset);
-        unsigned int keys[6];
-        for (int k = 0; k < 6; ++k) {
-            u.dev_os_ids[k] = le16(e + kDevOsIdsOffset + 2 * k);
-            keys[k] = u.dev_os_ids[k];
+    // Look-ups run in small batches ahead of the records they fill: a tight
+    // loop of searches keeps the index hot instead of interleaving it with
+    // the string work of each record.
+    constexpr size_t kBatch = 32;
+    const dev_os_entry_t *found[kBatch];
+    for (size_t first = 0; first < valid; first += kBatch) {
+        const uint8_t *batch = buf + first * kUserEntrySize;
+        size_t n = valid - first < kBatch ? valid - first : kBatch;
+        for (size_t j = 0; j < n; ++j)
+            found[j] = lookup.find ? find_device(batch + j * kUserEntrySize, lookup) : nullptr;
+        for (size_t j = 0; j < n; ++j) {
+            users.emplace_back();
+            fill_record(batch + j * kUserEntrySize, users.back());
+            if (found[j]) copy_descriptions(*found[j], users.back());
         }
-        if (lookup.find)
-            if (const dev_os_entry_t *d = lookup.find(lookup.ctx, keys)) copy_descriptions(*d, u);
     }
     return valid;
 }

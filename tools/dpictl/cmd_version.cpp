@@ -58,7 +58,8 @@ int run_version(Context &ctx, int argc, char **)
     if (ctx.json) {
         json_t *doc = json_object();
         json_t *e = json_object();
-        for (const auto &kv : engine) json_object_set_new(e, kv.first.empty() ? "text" : kv.first.c_str(), json_text(kv.second));
+        for (const auto &kv : engine)
+            json_object_set_new(e, kv.first.empty() ? "text" : kv.first.c_str(), json_text(kv.second));
         json_object_set_new(doc, "engine", engine_rc == 0 ? e : (json_decref(e), json_null()));
         json_object_set_new(doc, "user_database", udb_rc == 0 ? json_text(udb) : json_null());
         json_object_set_new(doc, "signature_pattern", have_pattern ? json_text(pattern) : json_null());
@@ -67,7 +68,10 @@ int run_version(Context &ctx, int argc, char **)
         Table t({"ITEM", "VERSION"});
         if (engine_rc != 0) t.add_row({"engine", "unavailable"});
         if (engine_rc == 0 && engine.empty()) t.add_row({"engine", "(empty)"});
-        for (const auto &kv : engine) t.add_row({kv.first.empty() ? "engine" : "engine " + kv.first, kv.second});
+        for (const auto &kv : engine) {
+            bool plain = kv.first.empty() || kv.first == "engine";
+            t.add_row({plain ? "engine" : "engine " + kv.first, kv.second});
+        }
         t.add_row({"user database", udb_rc == 0 ? udb : "unavailable"});
         t.add_row({"signature pattern", have_pattern ? pattern : "unknown"});
         t.print();
