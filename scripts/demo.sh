@@ -55,6 +55,16 @@ show raw_request engine-version
 show raw_request load-sig /var/dpi/new.sig /var/dpi/new.sig.md5
 show raw_request wpr on
 
+# dpictl finds the demo reference files through a udata.json of its own.
+udata=$root/$build/demo-udata
+mkdir -p "$udata"
+printf '{"configs": {"tmp_path": "%s", "nvram_path": "%s"}}\n' "$root/data/demo/refdb" "$udata" >"$udata/udata.json"
+echo "2026.11.20-1" >"$udata/sig_version"
+export UDATA_PATH=$udata
+show dpictl version
+show dpictl users
+show dpictl --json users
+
 sleep 0.2  # the engine logs a pure command after the caller has returned
 echo
 echo "== what the engine received ($build/engine.log)"
