@@ -64,6 +64,7 @@ export UDATA_PATH=$udata
 show dpictl version
 show dpictl users
 show dpictl --json users
+show dpictl security-logs
 
 sleep 0.2  # the engine logs a pure command after the caller has returned
 echo
