@@ -13,24 +13,6 @@
 
 namespace {
 
-using dwtest::ScopedPath;
-using dwtest::TempDir;
-
-struct Files {
-    TempDir tmp;
-    ScopedPath dev{DEV_OS_DB_PATH, tmp.write("dev", "1,2,3,4,5,6,\"Phone\",\"b\",\"c\",\"d\",\"e\",\"f\"\n")};
-    ScopedPath rule{RULE_DB_PATH, tmp.write("rule", "10,Rule ten\n")};
-    ScopedPath ips{IPS_DB_PATH, tmp.write("ips", "10,3,2\n")};
-    ScopedPath app{APP_INF_DB_PATH, tmp.write("app", "1,2,0,Mail\n")};
-    ScopedPath cat{APP_CAT_DB_PATH, tmp.write("cat", "1,Messaging\n")};
-    ScopedPath conf{DPI_KIV_CONF, tmp.dir()};
-    Files()
-    {
-        tmp.write("wrs.security.conf", "[1,\"s\"]\ncat=4,\"Phishing\"\n");
-        tmp.write("wrs.parental.conf", "cat=5,\"Adult\"\n");
-    }
-};
-
 bool get_all(DpiDataDBCache &c)
 {
     list_head *h = nullptr;
@@ -59,7 +41,7 @@ bool look_up_all(const DpiDataDBCache &c)
 
 TEST(DbCacheStress, ConcurrentFirstRequestsLoadOnce)
 {
-    Files f;
+    dwtest::RefFiles f;
     DpiDataDBCache cache;
     dwtest::clear_logs();
     std::atomic<int> waiting{8};
@@ -81,7 +63,7 @@ TEST(DbCacheStress, ConcurrentFirstRequestsLoadOnce)
 
 TEST(DbCacheStress, LookUpsDuringRepeatedReloads)
 {
-    Files f;
+    dwtest::RefFiles f;
     DpiDataDBCache cache;
     ASSERT_TRUE(get_all(cache));
     std::atomic<bool> stop{false};

@@ -1,15 +1,14 @@
 // The reference-list cache: lazy loads, reloads, messages, the lock guard and
 // the reload lock file.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/wait.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,58 +20,6 @@
 
 namespace {
 
-using dwtest::ScopedPath;
-using dwtest::TempDir;
-
-const char *const kDev = "1,2,3,4,5,6,\"a\",\"b\",\"c\",\"d\",\"e\",\"f\"\n";
-
-// Every reference file of the cache in one temp dir, path globals set.
-struct Files {
-    TempDir tmp;
-    ScopedPath dev{DEV_OS_DB_PATH, tmp.write("dev", kDev)};
-    ScopedPath rule{RULE_DB_PATH, tmp.write("rule", "10,Rule ten\n")};
-    ScopedPath ips{IPS_DB_PATH, tmp.write("ips", "10,3,2\n")};
-    ScopedPath app{APP_INF_DB_PATH, tmp.write("app", "1,2,0,Mail\n")};
-    ScopedPath cat{APP_CAT_DB_PATH, tmp.write("cat", "1,Messaging\n")};
-    ScopedPath conf{DPI_KIV_CONF, tmp.dir()};
-    Files()
-    {
-        tmp.write("wrs.security.conf", "[1,\"s\"]\ncat=4,\"Phishing\"\n");
-        tmp.write("wrs.parental.conf", "cat=5,\"Adult\"\n");
-    }
-};
-
-struct Getter {
-    const char *name, *file, *load_msg;
-    std::function<bool(DpiDataDBCache &, const void *&)> get;
-};
-
-std::vector<Getter> getters()
-{
-    auto wrap = [](bool (DpiDataDBCache::*fn)(list_head *&)) {
-        return [fn](DpiDataDBCache &c, const void *&out) {
-            list_head *h = nullptr;
-            bool ok = (c.*fn)(h);
-            out = h;
-            return ok;
-        };
-    };
-    return {
-        {"get_wrs_cat", "wrs.security.conf", "load DPI wrs mapping db (%d)",
-         [](DpiDataDBCache &c, const void *&out) {
-             hlist_head *h = nullptr;
-             bool ok = c.get_wrs_cat(h);
-             out = h;
-             return ok;
-         }},
-        {"get_dev_db", "dev", "load DPI dev mapping db (%d)", wrap(&DpiDataDBCache::get_dev_db)},
-        {"get_rule_db", "rule", "load DPI rule mapping db (%d)", wrap(&DpiDataDBCache::get_rule_db)},
-        {"get_csv_db", "ips", "load DPI csv mapping db (%d)", wrap(&DpiDataDBCache::get_csv_db)},
-        {"get_app_db", "app", "load DPI app mapping db (%d)", wrap(&DpiDataDBCache::get_app_db)},
-        {"get_cat_db", "cat", "load DPI app cat mapping db (%d)", wrap(&DpiDataDBCache::get_cat_db)},
-    };
-}
-
 std::string msg(const char *format, int rc)
 {
     char buf[128];
@@ -80,40 +27,59 @@ std::string msg(const char *format, int rc)
     return buf;
 }
 
+// Calls getter i of the table below; out gets the head it handed out.
+bool get(DpiDataDBCache &c, int i, const void *&out)
+{
+    list_head *h = nullptr;
+    hlist_head *w = nullptr;
+    bool (DpiDataDBCache::*const lists[])(list_head *&) = {
+        &DpiDataDBCache::get_dev_db, &DpiDataDBCache::get_rule_db, &DpiDataDBCache::get_csv_db,
+        &DpiDataDBCache::get_app_db, &DpiDataDBCache::get_cat_db};
+    const bool ok = i == 0 ? c.get_wrs_cat(w) : (c.*lists[i - 1])(h);
+    out = i == 0 ? static_cast<const void *>(w) : h;
+    return ok;
+}
+
 TEST(DbCache, GettersLoadOnceAndRetryAfterMissingFile)
 {
-    for (const Getter &g : getters()) {
-        SCOPED_TRACE(g.name);
-        Files f;
-        const std::string path = f.tmp.path(g.file);
+    const struct {
+        const char *name, *file, *load_msg;
+    } getters[] = {{"get_wrs_cat", "wrs.security.conf", "load DPI wrs mapping db (%d)"},
+                   {"get_dev_db", "dev", "load DPI dev mapping db (%d)"},
+                   {"get_rule_db", "rule", "load DPI rule mapping db (%d)"},
+                   {"get_csv_db", "ips", "load DPI csv mapping db (%d)"},
+                   {"get_app_db", "app", "load DPI app mapping db (%d)"},
+                   {"get_cat_db", "cat", "load DPI app cat mapping db (%d)"}};
+    for (int i = 0; i < 6; ++i) {
+        SCOPED_TRACE(getters[i].name);
+        dwtest::RefFiles f;
+        const std::string path = f.tmp.path(getters[i].file);
         rename(path.c_str(), (path + ".away").c_str());
         DpiDataDBCache cache;
         dwtest::clear_logs();
-        const void *out = nullptr;
-        EXPECT_FALSE(g.get(cache, out));
-        EXPECT_FALSE(g.get(cache, out));
+        const void *out = nullptr, *again = nullptr;
+        EXPECT_FALSE(get(cache, i, out));
+        EXPECT_FALSE(get(cache, i, out));
         EXPECT_EQ(out, nullptr);
-        EXPECT_EQ(dwtest::count_logs(msg(g.load_msg, -1)), 2u);
+        EXPECT_EQ(dwtest::count_logs(msg(getters[i].load_msg, -1)), 2u);
 
         rename((path + ".away").c_str(), path.c_str());
-        const void *first = nullptr, *second = nullptr;
-        EXPECT_TRUE(g.get(cache, first));
-        EXPECT_TRUE(g.get(cache, second));
-        EXPECT_NE(first, nullptr);
-        EXPECT_EQ(first, second);
-        EXPECT_EQ(dwtest::count_logs(msg(g.load_msg, 0)), 1u);
-        for (const auto &l : dwtest::captured_logs())
-            if (l.text == msg(g.load_msg, 0)) {
-                EXPECT_EQ(l.function, g.name);
-                EXPECT_EQ(l.file, "dw_ioctl");
-                EXPECT_EQ(l.level, DW_LOG_INFO);
+        EXPECT_TRUE(get(cache, i, out));
+        EXPECT_TRUE(get(cache, i, again));
+        EXPECT_NE(out, nullptr);
+        EXPECT_EQ(out, again);
+        EXPECT_EQ(dwtest::count_logs(msg(getters[i].load_msg, 0)), 1u);
+        for (const auto &l : dwtest::captured_logs()) {
+            if (l.text == msg(getters[i].load_msg, 0)) {
+                EXPECT_TRUE(l.function == getters[i].name && l.file == "dw_ioctl" && l.level == DW_LOG_INFO);
             }
+        }
     }
 }
 
 TEST(DbCache, ReloadMessagesAndFailedReload)
 {
-    Files f;
+    dwtest::RefFiles f;
     DpiDataDBCache cache;
     dwtest::clear_logs();
     EXPECT_TRUE(cache.reload_dbs());
@@ -123,15 +89,14 @@ TEST(DbCache, ReloadMessagesAndFailedReload)
                                                "csv db is not loaded, skip it", "app db is not loaded, skip it",
                                                "cat db is not loaded, skip it"}));
 
-    list_head *h = nullptr;
-    hlist_head *w = nullptr;
-    ASSERT_TRUE(cache.get_dev_db(h) && cache.get_app_db(h) && cache.get_wrs_cat(w));
+    const void *out;
+    ASSERT_TRUE(get(cache, 0, out) && get(cache, 1, out) && get(cache, 4, out));
     f.tmp.write("app", "1,2,0,Mail v2\n");
     remove(f.tmp.path("dev").c_str());
     dwtest::clear_logs();
     EXPECT_FALSE(cache.reload_dbs());
     EXPECT_TRUE(dwtest::has_log(DW_LOG_INFO, "reload dev db (-1)"));
-    EXPECT_TRUE(dwtest::has_log(DW_LOG_INFO, "reload app db (0)"));
+    EXPECT_TRUE(dwtest::has_log(DW_LOG_INFO, "reload app db (0)"));  // later lists still reloaded
     EXPECT_EQ(dwtest::count_logs("rule db is not loaded, skip it"), 1u);
     for (const auto &l : dwtest::captured_logs()) EXPECT_EQ(l.text.find("wrs"), std::string::npos);
 
@@ -142,29 +107,21 @@ TEST(DbCache, ReloadMessagesAndFailedReload)
     EXPECT_EQ(cache.find_dev_os(keys), nullptr);
     EXPECT_STREQ(cache.find_app_name(1, 2), "Mail v2");
     EXPECT_STREQ(cache.find_wrs_cat(4)->cat_name, "Phishing");
-}
-
-TEST(DbCache, OneInstancePerProcess)
-{
     EXPECT_EQ(&DpiDataDBCache::instance(), &DpiDataDBCache::instance());
 }
 
-TEST(ScopeGuard, BackOffSchedule)
+TEST(ScopeGuard, BackOffScheduleAndExclusion)
 {
     const unsigned want[] = {0, 0, 0, 0, 0, 1, 2, 3, 4, 5, 1, 2};
     for (unsigned n = 0; n < 12; ++n) EXPECT_EQ(dw::refdb::busy_sleep_us(n), want[n]) << n;
-}
 
-TEST(ScopeGuard, ReaderWaitsForWriterAndNullLockIsNoOp)
-{
     { Scope::ReadWriteLocked none(nullptr, true, "test", __LINE__); }
     pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
     std::atomic<bool> reader_in{false};
     std::thread reader;
     {
         Scope::ReadWriteLocked w(&lock, true, "test", 42);
-        EXPECT_EQ(w.file(), "test");
-        EXPECT_EQ(w.line(), 42);
+        EXPECT_EQ(w.file() + std::to_string(w.line()), "test42");
         reader = std::thread([&] {
             Scope::ReadWriteLocked r(&lock, false, "test", __LINE__);
             reader_in = true;
@@ -180,7 +137,7 @@ TEST(ScopeGuard, ReaderWaitsForWriterAndNullLockIsNoOp)
 
 TEST(ReloadLockFile, LoaderWaitsForHolderAndKeepsNoLock)
 {
-    Files f;
+    dwtest::RefFiles f;
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
     pid_t child = fork();
@@ -205,18 +162,13 @@ TEST(ReloadLockFile, LoaderWaitsForHolderAndKeepsNoLock)
     close(ready[0]);
     close(ready[1]);
     EXPECT_TRUE(dwtest::has_log(DW_LOG_INFO, "Add a lock to dpi reload lock file successfully, ret=(0)"));
-
     int fd = open(DW_RELOAD_LOCK_FILE, O_RDWR);
     EXPECT_EQ(flock(fd, LOCK_EX | LOCK_NB), 0);  // the loader kept no lock
     close(fd);
-}
 
-TEST(ReloadLockFile, BadDescriptors)
-{
     dwtest::clear_logs();
     EXPECT_EQ(hold_dpi_reload_lock_file(-1), -1);
-    EXPECT_TRUE(dwtest::has_log(DW_LOG_ERR,
-                                "Failed to use flock to lock dpi reload lock file, error=(Bad file descriptor)"));
+    EXPECT_TRUE(dwtest::has_log(DW_LOG_ERR, "Failed to use flock to lock dpi reload lock file, error=(Bad file descriptor)"));
     EXPECT_EQ(release_dpi_reload_lock_file(-1), 0);
     for (const auto &l : dwtest::captured_logs()) EXPECT_EQ(l.file, "conf_app");
 }

@@ -1,8 +1,9 @@
 // The cache's indexed look-ups against the list walks, on random files with
 // many duplicates, malformed lines and comments, probed with random keys
-// (misses and zeros included). Also checks what the indexes cost in memory.
+// (misses and zeros included). Also what the indexes cost in memory.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <string>
 
@@ -14,71 +15,39 @@
 
 namespace {
 
-using dwtest::ScopedPath;
-using dwtest::TempDir;
 
-class RandomFiles {
-public:
-    RandomFiles(unsigned seed, int lines) : rng_(seed), lines_(lines) {}
-    int pick(int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng_); }
-
-    // Each generator emits a line from fmt(), or sometimes a comment or junk.
-    template <typename Fn>
-    std::string file(Fn line)
+struct Gen {
+    std::mt19937 rng;
+    int lines;
+    std::string n(int lo, int hi) { return std::to_string(std::uniform_int_distribution<int>(lo, hi)(rng)); }
+    // lines of make(), with one in ten a comment or a line that matches nothing
+    std::string file(const std::function<std::string()> &make)
     {
         std::string s;
-        for (int i = 0; i < lines_; ++i) {
-            const int r = pick(0, 19);
-            s += r == 0 ? "# comment\n" : r == 1 ? "junk\n" : line() + "\n";
-        }
+        for (int i = 0; i < lines; ++i) s += (rng() % 20 == 0 ? "# c" : rng() % 20 == 0 ? "junk" : make()) + "\n";
         return s;
     }
-    std::string name() { return "n" + std::to_string(pick(0, 999)); }
-    std::string id_name() { return std::to_string(pick(0, 40)) + "," + name(); }
-    std::string ips() { return std::to_string(pick(0, 40)) + "," + std::to_string(pick(0, 9)) + ",1"; }
-    std::string app() { return std::to_string(pick(-2, 5)) + "," + std::to_string(pick(0, 9)) + ",0," + name(); }
-    std::string dev()
-    {
-        std::string s = std::to_string(pick(0, 4));
-        for (int k = 0; k < 5; ++k) s += "," + std::to_string(pick(0, 3));
-        for (int k = 0; k < 6; ++k) s += ",\"" + name() + "\"";
-        return s;
-    }
-    std::string wrs() { return "cat=" + std::to_string(pick(-1, 30)) + ",\"" + name() + "\""; }
-    std::string wrs_security()
-    {
-        std::string s = file([this] { return wrs(); });
-        return s + "[1,\"a\"]\n" + file([this] { return wrs(); }) + "[2,\"b\"]\n" +
-               file([this] { return wrs(); });
-    }
-
-private:
-    std::mt19937 rng_;
-    int lines_;
 };
-
-const wrs_m_cat_entry_t *walk_wrs(const hlist_head *h, int cat_id)
-{
-    for (hlist_node *n = h->first; n; n = n->next) {
-        const wrs_m_cat_entry_t *e = DW_ENTRY_OF(n, wrs_m_cat_entry_t, node);
-        if (e->cat_id == cat_id) return e;
-    }
-    return nullptr;
-}
 
 TEST(RefdbIndexProperty, IndexedLookUpsEqualListWalks)
 {
     for (unsigned seed = 1; seed <= 30; ++seed) {
-        RandomFiles gen(seed, seed % 5 == 0 ? 0 : 20 * static_cast<int>(seed));
-        TempDir tmp;
-        ScopedPath rule(RULE_DB_PATH, tmp.write("rule", gen.file([&] { return gen.id_name(); })));
-        ScopedPath cat(APP_CAT_DB_PATH, tmp.write("cat", gen.file([&] { return gen.id_name(); })));
-        ScopedPath ips(IPS_DB_PATH, tmp.write("ips", gen.file([&] { return gen.ips(); })));
-        ScopedPath app(APP_INF_DB_PATH, tmp.write("app", gen.file([&] { return gen.app(); })));
-        ScopedPath dev(DEV_OS_DB_PATH, tmp.write("dev", gen.file([&] { return gen.dev(); })));
-        ScopedPath conf(DPI_KIV_CONF, tmp.dir());
-        tmp.write("wrs.security.conf", gen.wrs_security());
-        tmp.write("wrs.parental.conf", gen.file([&] { return gen.wrs(); }));
+        Gen g{std::mt19937(seed), seed % 5 == 0 ? 0 : 20 * static_cast<int>(seed)};
+        auto name = [&] { return ",\"n" + g.n(0, 999) + "\""; };
+        auto wrs = [&] { return "cat=" + g.n(-1, 30) + name(); };
+        dwtest::RefFiles f;
+        f.rule.set(f.tmp.write("rule", g.file([&] { return g.n(0, 40) + ",r" + g.n(0, 9); })));
+        f.cat.set(f.tmp.write("cat", g.file([&] { return g.n(0, 40) + ",c" + g.n(0, 9); })));
+        f.ips.set(f.tmp.write("ips", g.file([&] { return g.n(0, 40) + "," + g.n(0, 9) + ",1"; })));
+        f.app.set(f.tmp.write("app", g.file([&] { return g.n(-2, 5) + "," + g.n(0, 9) + ",0,a"; })));
+        f.dev.set(f.tmp.write("dev", g.file([&] {
+            std::string s = g.n(0, 4) + "," + g.n(0, 3) + "," + g.n(0, 3) + "," + g.n(0, 3) + "," + g.n(0, 3) +
+                            "," + g.n(0, 3);
+            for (int k = 0; k < 6; ++k) s += name();
+            return s;
+        })));
+        f.tmp.write("wrs.security.conf", g.file(wrs) + "[1,\"a\"]\n" + g.file(wrs) + "[2,\"b\"]\n" + g.file(wrs));
+        f.tmp.write("wrs.parental.conf", g.file(wrs));
 
         DpiDataDBCache c;
         list_head *h;
@@ -87,45 +56,41 @@ TEST(RefdbIndexProperty, IndexedLookUpsEqualListWalks)
                     c.get_dev_db(h) && c.get_wrs_cat(w));
         for (int q = 0; q < 400; ++q) {
             SCOPED_TRACE("seed " + std::to_string(seed) + " query " + std::to_string(q));
-            const unsigned id = gen.pick(0, 45);
+            const unsigned id = std::stoul(g.n(0, 45));
             EXPECT_EQ(c.find_rule_name(id), search_rule_db(&c.rule_list, id));
             EXPECT_EQ(c.find_cat_name(id), search_app_cat(&c.cat_list, id));
 
             dpi_inf_log log;
             const ips_rule_entry_t *hit = c.find_ips_rule(id);
             ASSERT_EQ(hit != nullptr, search_csv_db(&c.csv_list, id, &log) == 0);
-            if (hit) {
-                EXPECT_EQ(hit->category_id, log.category_id);
-                EXPECT_EQ(hit->severity, log.severity);
-            }
+            EXPECT_TRUE(!hit || (hit->category_id == log.category_id && hit->severity == log.severity));
 
-            const unsigned ac = static_cast<unsigned>(gen.pick(-3, 6)), ai = gen.pick(0, 11);
+            const unsigned ac = static_cast<unsigned>(std::stoi(g.n(-3, 6))), ai = std::stoul(g.n(0, 11));
             EXPECT_EQ(c.find_app_name(ac, ai), search_app_inf(&c.app_list, ac, ai));
 
-            unsigned k[6] = {static_cast<unsigned>(gen.pick(0, 5))};
-            for (int i = 1; i < 6; ++i) k[i] = gen.pick(0, 4);
+            unsigned k[6] = {static_cast<unsigned>(std::stoul(g.n(0, 5)))};
+            for (int i = 1; i < 6; ++i) k[i] = std::stoul(g.n(0, 4));
             EXPECT_EQ(c.find_dev_os(k), search_dev_os(&c.dev_list, k[0], k[1], k[2], k[3], k[4], k[5]));
 
-            const int wc = gen.pick(-2, 32);
-            EXPECT_EQ(c.find_wrs_cat(wc), walk_wrs(&c.wrs_cat_list, wc));
+            const int wc = std::stoi(g.n(-2, 32));
+            const wrs_m_cat_entry_t *walk = nullptr;
+            for (hlist_node *n = c.wrs_cat_list.first; n && !walk; n = n->next)
+                if (DW_ENTRY_OF(n, wrs_m_cat_entry_t, node)->cat_id == wc) walk = DW_ENTRY_OF(n, wrs_m_cat_entry_t, node);
+            EXPECT_EQ(c.find_wrs_cat(wc), walk);
         }
     }
 }
 
-// The indexes may cost at most as much memory as the lists they index, twice over.
+// Each index costs at most twice the memory of the list it indexes.
 TEST(RefdbIndexProperty, IndexMemoryAtMostTwiceTheList)
 {
     for (int lines : {50, 700, 4000}) {
-        RandomFiles gen(static_cast<unsigned>(lines), lines);
-        TempDir tmp;
-        ScopedPath rule(RULE_DB_PATH, tmp.write("rule", gen.file([&] {
-            return std::to_string(gen.pick(0, 1 << 30)) + ",x";  // mostly unique ids, short names
-        })));
-        ScopedPath ips(IPS_DB_PATH, tmp.write("ips", gen.file([&] {
-            return std::to_string(gen.pick(0, 1 << 30)) + ",1,1";
-        })));
-        ScopedPath app(APP_INF_DB_PATH, tmp.write("app", gen.file([&] { return gen.app(); })));
-        ScopedPath dev(DEV_OS_DB_PATH, tmp.write("dev", gen.file([&] { return gen.dev(); })));
+        Gen g{std::mt19937(lines), lines};
+        dwtest::RefFiles f;
+        f.rule.set(f.tmp.write("rule", g.file([&] { return g.n(0, 1 << 30) + ",x"; })));  // short names
+        f.ips.set(f.tmp.write("ips", g.file([&] { return g.n(0, 1 << 30) + ",1,1"; })));
+        f.app.set(f.tmp.write("app", g.file([&] { return g.n(0, 9) + "," + g.n(0, 1 << 30) + ",0,a"; })));
+        f.dev.set(f.tmp.write("dev", g.file([&] { return g.n(0, 1 << 30) + "," + g.n(0, 9) + ",1,1,1,1,\"\""; })));
         list_head r, i, a, d;
         for (list_head *l : {&r, &i, &a, &d}) dw_list_init(l);
         ASSERT_EQ(init_rule_db(&r) | init_csv_db(&i) | init_app_inf(&a) | init_dev_os(&d), 0);
