@@ -2,7 +2,6 @@
 
 #include <errno.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,7 +10,7 @@
 namespace dwtest {
 namespace {
 
-FakeMq *g_fake = nullptr;
+FakeMq *g = nullptr;
 
 int fail(int error)
 {
@@ -19,110 +18,95 @@ int fail(int error)
     return -1;
 }
 
-mqd_t fake_open(const char *name, int)
+void log(const std::string &call) { g->calls += (g->calls.empty() ? "" : " ") + call; }
+
+mqd_t fake_open(const char *, int)
 {
-    g_fake->calls.push_back(std::string("open ") + name);
-    if (g_fake->ctrl_open_error) return fail(g_fake->ctrl_open_error);
-    return g_fake->ctrl_fd;
+    log("open");
+    return g->ctrl_open_error ? fail(g->ctrl_open_error) : g->ctrl_fd;
 }
 
 mqd_t fake_create(const char *name, int flags, mode_t mode, struct mq_attr *attr)
 {
-    g_fake->calls.push_back("create");
-    g_fake->created_name = name;
-    g_fake->create_flags = flags;
-    g_fake->create_mode = mode;
-    g_fake->attr = *attr;
-    if (g_fake->data_open_error) return fail(g_fake->data_open_error);
-    return g_fake->data_fd;
+    log("create");
+    g->created_name = name;
+    g->create_flags = flags;
+    g->create_mode = mode;
+    g->attr = *attr;
+    return g->data_open_error ? fail(g->data_open_error) : g->data_fd;
 }
 
 int fake_close(mqd_t fd)
 {
-    g_fake->calls.push_back("close " + std::to_string(fd));
+    log("close" + std::to_string(fd));
     return 0;
 }
 
 int fake_unlink(const char *)
 {
-    const bool final = g_fake->called("create");
-    g_fake->calls.push_back("unlink");
-    return final && g_fake->final_unlink_error ? fail(g_fake->final_unlink_error) : 0;
+    const bool final = g->calls.find("create") != std::string::npos;
+    log("unlink");
+    return final && g->final_unlink_error ? fail(g->final_unlink_error) : 0;
 }
 
-int fake_send(mqd_t fd, const char *msg, size_t len, unsigned, const struct timespec *)
+int fake_send(mqd_t, const char *msg, size_t len, unsigned, const struct timespec *)
 {
-    const bool ctrl = fd == g_fake->ctrl_fd && !g_fake->called("send ctrl");
-    g_fake->calls.push_back(ctrl ? "send ctrl" : "send data");
-    if (ctrl) {
-        int error = 0;
-        if (!g_fake->ctrl_send_errors.empty()) {
-            error = g_fake->ctrl_send_errors.front();
-            g_fake->ctrl_send_errors.pop_front();
-        }
-        if (error) return fail(error);
-        g_fake->controls.emplace_back(msg, msg + len);
-        return 0;
-    }
-    if (g_fake->data_send_error) return fail(g_fake->data_send_error);
-    g_fake->data_sent.assign(msg, msg + len);
+    const bool ctrl = g->calls.find("send") == std::string::npos;
+    log(ctrl ? "send" : "senddata");
+    const int error = ctrl ? g->ctrl_send_error : g->data_send_error;
+    if (error) return fail(error);
+    (ctrl ? g->control : g->data_sent).assign(msg, msg + len);
     return 0;
 }
 
 ssize_t fake_receive(mqd_t, char *msg, size_t capacity, unsigned *, const struct timespec *deadline)
 {
-    g_fake->calls.push_back("receive");
-    g_fake->receive_deadlines.push_back(deadline->tv_sec);
-    if (g_fake->replies.empty()) return fail(ETIMEDOUT);
-    FakeMq::Reply reply = g_fake->replies.front();
-    g_fake->replies.pop_front();
-    if (reply.error) return fail(reply.error);
-    if (reply.bytes.size() > capacity) return fail(EMSGSIZE);
-    std::copy(reply.bytes.begin(), reply.bytes.end(), msg);
-    return static_cast<ssize_t>(reply.bytes.size());
+    log("receive");
+    g->receive_deadlines.push_back(deadline->tv_sec);
+    int error = 0;
+    if (!g->receive_errors.empty()) {
+        error = g->receive_errors.front();
+        g->receive_errors.pop_front();
+    }
+    if (error) return fail(error);
+    if (g->replies.empty()) return fail(ETIMEDOUT);
+    const FakeMq::Message reply = g->replies.front();
+    g->replies.pop_front();
+    if (reply.size() > capacity) return fail(EMSGSIZE);
+    if (!reply.empty()) std::memcpy(msg, reply.data(), reply.size());
+    return static_cast<ssize_t>(reply.size());
 }
 
 int fake_getattr(mqd_t, struct mq_attr *attr)
 {
-    g_fake->calls.push_back("getattr");
+    log("getattr");
     std::memset(attr, 0, sizeof *attr);
-    if (g_fake->busy_polls > 0) {
-        --g_fake->busy_polls;
-        attr->mq_curmsgs = 1;
-    }
+    attr->mq_curmsgs = g->busy_polls > 0 ? (g->busy_polls--, 1) : 0;
     return 0;
 }
 
 int fake_setrlimit(int, const struct rlimit *)
 {
-    g_fake->calls.push_back("setrlimit");
-    return g_fake->setrlimit_error ? fail(g_fake->setrlimit_error) : 0;
+    log("setrlimit");
+    return g->setrlimit_error ? fail(g->setrlimit_error) : 0;
 }
 
 int fake_clock(clockid_t, struct timespec *ts)
 {
-    ts->tv_sec = g_fake->now++;
+    ts->tv_sec = g->now++;
     ts->tv_nsec = 500;
     return 0;
 }
 
-time_t fake_time(time_t *out)
-{
-    const time_t t = g_fake->now++;
-    if (out) *out = t;
-    return t;
-}
+time_t fake_time(time_t *) { return g->now++; }
 
-void *fake_calloc(size_t count, size_t size)
-{
-    return g_fake->fail_calloc ? nullptr : std::calloc(count, size);
-}
+void *fake_calloc(size_t count, size_t size) { return g->fail_calloc ? nullptr : std::calloc(count, size); }
 
 }  // namespace
 
 FakeMq::FakeMq()
 {
-    g_fake = this;
+    g = this;
     dw::sys::Ops &ops = dw::sys::ops();
     ops.mq_open = fake_open;
     ops.mq_create = fake_create;
@@ -140,21 +124,14 @@ FakeMq::FakeMq()
 FakeMq::~FakeMq()
 {
     dw::sys::reset_ops();
-    g_fake = nullptr;
+    g = nullptr;
 }
 
-void FakeMq::answer(const std::vector<uint8_t> &data)
+void FakeMq::answer(const Message &data)
 {
     const uint32_t used = static_cast<uint32_t>(data.size());
-    std::vector<uint8_t> word(4);
-    std::memcpy(word.data(), &used, 4);
-    reply_bytes(word);
-    if (used) reply_bytes(data);
-}
-
-bool FakeMq::called(const std::string &call) const
-{
-    return std::find(calls.begin(), calls.end(), call) != calls.end();
+    replies.push_back(Message(reinterpret_cast<const uint8_t *>(&used), reinterpret_cast<const uint8_t *>(&used) + 4));
+    if (used) replies.push_back(data);
 }
 
 }  // namespace dwtest

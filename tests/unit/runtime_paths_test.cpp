@@ -1,30 +1,26 @@
 // Runtime paths: the settings file, the three ways a path is composed, the
-// length limits and their messages, and reading paths back by index.
+// length limits with their messages, and reading paths back by index.
 #include <gtest/gtest.h>
 #include <libgen.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <fstream>
 #include <regex>
-#include <string>
 
 #include "dpiwrapper/paths.h"
 #include "support/bytes.h"
 
 namespace {
 
-char *const kAllGlobals[] = {BASE_PATH,       TMP_FILE_PATH,    SIG_FILE_PATH,       NVRAM_DIR,
-                             APP_INF_DB_PATH, APP_CAT_DB_PATH,  DEV_OS_DB_PATH,      RULE_DB_PATH,
-                             IPS_DB_PATH,     SIG_VER_FILE,     DEFAULT_TRF_PATH,    DEFAULT_SCHEMA_PATH,
-                             META_DEF_FNAME,  META_B_DEF_FNAME, CTE_DBG_TMP_FILE};
-
 class RuntimePaths : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        for (char *g : kAllGlobals) std::memset(g, 0, DW_PATH_SIZE);
+        for (char *g : {BASE_PATH, TMP_FILE_PATH, SIG_FILE_PATH, NVRAM_DIR, APP_INF_DB_PATH, APP_CAT_DB_PATH,
+                        DEV_OS_DB_PATH, RULE_DB_PATH, IPS_DB_PATH, SIG_VER_FILE, DEFAULT_TRF_PATH,
+                        DEFAULT_SCHEMA_PATH, META_DEF_FNAME, META_B_DEF_FNAME, CTE_DBG_TMP_FILE})
+            std::memset(g, 0, DW_PATH_SIZE);
         char tmpl[] = "/tmp/dw-paths-XXXXXX";
         dir_ = mkdtemp(tmpl);
         setenv("UDATA_PATH", dir_.c_str(), 1);
@@ -35,11 +31,8 @@ protected:
         rmdir(dir_.c_str());
         unsetenv("UDATA_PATH");
     }
-    void write_settings(const std::string &configs)
-    {
-        std::ofstream(dir_ + "/udata.json") << "{\"configs\": {" << configs << "}}";
-    }
-    // Runs parse_udata and returns what it printed on stderr.
+    void settings(const std::string &configs) { std::ofstream(dir_ + "/udata.json") << "{\"configs\": {" << configs << "}}"; }
+    // Runs parse_udata and returns its stderr.
     std::string parse(int expected)
     {
         dwtest::StderrCapture err;
@@ -49,40 +42,37 @@ protected:
     std::string dir_;
 };
 
-std::string program_dir()
+// Matches "[set_kiv_paths(N)]: Error: NAME len LEN >= 4096\n" or the
+// " *** ERROR: [parse_udata:N] " form.
+bool length_error(const std::string &out, const std::string &name, size_t len, bool paren)
 {
-    char exe[DW_PATH_SIZE] = {};
-    EXPECT_GT(readlink("/proc/self/exe", exe, sizeof exe - 1), 0);
-    return dirname(exe);
+    const std::string prefix = paren ? R"(\[set_kiv_paths\([0-9]+\)\]: )" : R"( \*\*\* ERROR: \[parse_udata:[0-9]+\] )";
+    return std::regex_match(out, std::regex(prefix + "Error: " + name + " len " + std::to_string(len) +
+                                            " >= 4096\n" + (paren ? "" : "\n")));
 }
-
-std::string repeat(char c, size_t n) { return std::string(n, c); }
 
 }  // namespace
 
-TEST_F(RuntimePaths, DirectoriesFromSettingsGiveDoubledSlashes)
+TEST_F(RuntimePaths, ComposedFromSettings)
 {
-    write_settings(R"("base_path": "/b", "tmp_path": "/var/x", "sig_path": "/s", "nvram_path": "/nv", "x": 1)");
+    settings(R"("base_path": "/b", "tmp_path": "/var/x", "sig_path": "/s", "nvram_path": "/nv", "x": 1)");
     EXPECT_EQ(parse(0), "");
     EXPECT_STREQ(BASE_PATH, "/b");
     EXPECT_STREQ(SIG_FILE_PATH, "/s");
-    const struct {
-        const char *global;
-        const char *path;
-    } rows[] = {
-        {APP_INF_DB_PATH, "/var/x//korad.app.db"},    {APP_CAT_DB_PATH, "/var/x//korad.cat.db"},
-        {DEV_OS_DB_PATH, "/var/x//korad.devdb.db"},   {RULE_DB_PATH, "/var/x//korad.rule.db"},
-        {IPS_DB_PATH, "/var/x//korad.ips.db"},        {SIG_VER_FILE, "/nv//sig_version"},
-        {DEFAULT_TRF_PATH, "/nv//rule.trf"},          {DEFAULT_SCHEMA_PATH, "/nv//rule_schema.trf"},
-        {META_DEF_FNAME, "/nv//meta_en-US.dat"},      {META_B_DEF_FNAME, "/nv//meta.dat"},
-        {CTE_DBG_TMP_FILE, "/var/x//cte_dbg.txt"},
-    };
-    for (const auto &row : rows) EXPECT_STREQ(row.global, row.path);
-}
+    const std::string all = std::string(APP_INF_DB_PATH) + " " + APP_CAT_DB_PATH + " " + DEV_OS_DB_PATH + " " +
+                            RULE_DB_PATH + " " + IPS_DB_PATH + " " + SIG_VER_FILE + " " + DEFAULT_TRF_PATH + " " +
+                            DEFAULT_SCHEMA_PATH + " " + META_DEF_FNAME + " " + META_B_DEF_FNAME + " " + CTE_DBG_TMP_FILE;
+    EXPECT_EQ(all, "/var/x//korad.app.db /var/x//korad.cat.db /var/x//korad.devdb.db /var/x//korad.rule.db "
+                   "/var/x//korad.ips.db /nv//sig_version /nv//rule.trf /nv//rule_schema.trf /nv//meta_en-US.dat "
+                   "/nv//meta.dat /var/x//cte_dbg.txt");
 
-TEST_F(RuntimePaths, EmptyDirectoryFallsBackToBaseWithMiddlePart)
-{
-    write_settings(R"("base_path": "/opt/d", "tmp_path": "", "nvram_path": "/nv")");
+    // An empty directory falls back to the base directory and its middle part;
+    // wrong types and empty strings leave the globals as they were.
+    settings(R"("base_path": "/opt/d", "tmp_path": "", "sig_path": 5, "nvram_path": null)");
+    EXPECT_EQ(parse(0), "");
+    EXPECT_STREQ(SIG_FILE_PATH, "/s");
+    EXPECT_STREQ(APP_INF_DB_PATH, "/var/x//korad.app.db");  // TMP_FILE_PATH kept /var/x
+    std::memset(TMP_FILE_PATH, 0, DW_PATH_SIZE);
     EXPECT_EQ(parse(0), "");
     EXPECT_STREQ(APP_INF_DB_PATH, "/opt/d/mub/dpi/korad.app.db");
     EXPECT_STREQ(SIG_VER_FILE, "/nv//sig_version");
@@ -90,109 +80,58 @@ TEST_F(RuntimePaths, EmptyDirectoryFallsBackToBaseWithMiddlePart)
 
 TEST_F(RuntimePaths, MissingSettingsWarnAndUseProgramDirectory)
 {
-    const std::string out = parse(0);
-    EXPECT_EQ(out, "WARN: Failed to load 'udata.json' in '" + dir_ + "/udata.json'. Try exporting 'UDATA_PATH'.\n");
-    EXPECT_EQ(std::string(APP_INF_DB_PATH), program_dir() + "//korad.app.db");
-    EXPECT_EQ(std::string(META_B_DEF_FNAME), program_dir() + "//meta.dat");
-}
+    EXPECT_EQ(parse(0), "WARN: Failed to load 'udata.json' in '" + dir_ + "/udata.json'. Try exporting 'UDATA_PATH'.\n");
+    char exe[DW_PATH_SIZE] = {};
+    ASSERT_GT(readlink("/proc/self/exe", exe, sizeof exe - 1), 0);
+    EXPECT_EQ(std::string(APP_INF_DB_PATH), std::string(dirname(exe)) + "//korad.app.db");
 
-TEST_F(RuntimePaths, DefaultSettingsDirectoryHasDoubledSlash)
-{
-    if (access("/tmp/korad/udata.json", F_OK) == 0) GTEST_SKIP() << "/tmp/korad/udata.json exists here";
+    if (access("/tmp/korad/udata.json", F_OK) == 0) return;
     unsetenv("UDATA_PATH");
     EXPECT_NE(parse(0).find("in '/tmp/korad//udata.json'"), std::string::npos);
 }
 
-TEST_F(RuntimePaths, WrongTypesAndEmptyStringsLeaveGlobalsAlone)
+TEST_F(RuntimePaths, LengthLimits)
 {
-    std::strcpy(TMP_FILE_PATH, "/keep");
-    std::strcpy(NVRAM_DIR, "/nvkeep");
-    write_settings(R"("tmp_path": 5, "sig_path": "", "nvram_path": null)");
-    EXPECT_EQ(parse(0), "");
-    EXPECT_STREQ(TMP_FILE_PATH, "/keep");
-    EXPECT_STREQ(SIG_VER_FILE, "/nvkeep//sig_version");
-}
-
-TEST_F(RuntimePaths, SettingsPathLengthLimit)
-{
-    // UDATA_PATH of n characters: n + 11 > 4096 fails, == 4096 composes nothing.
-    const std::string base = dir_;
-    setenv("UDATA_PATH", (base + repeat('/', 4086 - base.size())).c_str(), 1);
-    EXPECT_TRUE(std::regex_match(parse(-1), std::regex(R"( \*\*\* ERROR: \[parse_udata:[0-9]+\] )"
-                                                       R"(Error: udata_path len 4096 >= 4096\n\n)")));
-    setenv("UDATA_PATH", (base + repeat('/', 4085 - base.size())).c_str(), 1);
+    // UDATA_PATH of n characters: n + 11 > 4096 fails, n + 11 == 4096 composes nothing.
+    const auto udata_path = [&](size_t n) { setenv("UDATA_PATH", (dir_ + std::string(n - dir_.size(), '/')).c_str(), 1); };
+    udata_path(4086);
+    EXPECT_TRUE(length_error(parse(-1), "udata_path", 4096, false));
+    udata_path(4085);
     EXPECT_NE(parse(0).find("Failed to load 'udata.json' in ''."), std::string::npos);
-    write_settings(R"("tmp_path": "/short")");
-    setenv("UDATA_PATH", (base + repeat('/', 4084 - base.size())).c_str(), 1);
-    EXPECT_EQ(parse(0), "");
-    EXPECT_STREQ(APP_INF_DB_PATH, "/short//korad.app.db");
-}
+    udata_path(4084);
 
-TEST_F(RuntimePaths, OverlongMemberStopsAtOnceKeepingEarlierOnes)
-{
-    write_settings("\"base_path\": \"/b\", \"tmp_path\": \"/" + repeat('t', 4095) + "\", \"sig_path\": \"/s\"");
-    EXPECT_TRUE(std::regex_match(parse(-1), std::regex(R"( \*\*\* ERROR: \[parse_udata:[0-9]+\] )"
-                                                       R"(Error: EXP_TMP_PATH len 4096 >= 4096\n\n)")));
+    // An over-long member stops at once; members read before it keep their values.
+    settings("\"base_path\": \"/b\", \"tmp_path\": \"/" + std::string(4095, 't') + "\", \"sig_path\": \"/s\"");
+    EXPECT_TRUE(length_error(parse(-1), "EXP_TMP_PATH", 4096, false));
     EXPECT_STREQ(BASE_PATH, "/b");
     EXPECT_STREQ(SIG_FILE_PATH, "");
-    EXPECT_STREQ(APP_INF_DB_PATH, "");
-}
 
-TEST_F(RuntimePaths, ComposedLengthLimit)
-{
-    const std::regex message(R"(\[set_kiv_paths\([0-9]+\)\]: Error: ([A-Z_]+) len ([0-9]+) >= 4096\n)");
-    std::smatch m;
+    // Composed paths: earlier ones keep their new value, later ones are untouched.
+    std::memset(CTE_DBG_TMP_FILE, 0, DW_PATH_SIZE);
     dwtest::StderrCapture err;
-
-    // A 4095-character directory: the first path is already too long.
-    const std::string longest = "/" + repeat('d', 4094);
-    EXPECT_EQ(set_kiv_paths(longest.c_str(), nullptr, "/p"), -1);
-    std::string out = err.finish();
-    ASSERT_TRUE(std::regex_match(out, m, message)) << out;
-    EXPECT_EQ(m[1], "APP_INF_DB_PATH");
-    EXPECT_EQ(m[2], "4109");
-    EXPECT_STREQ(SIG_VER_FILE, "");
-
-    // Persist paths fail after the five databases were composed; the last
-    // data path (composed after them) is untouched.
-    const std::string persist = "/" + repeat('p', 4083);  // + "sig_version" + 2 = 4097
-    dwtest::StderrCapture err2;
-    EXPECT_EQ(set_kiv_paths("/d", nullptr, persist.c_str()), -1);
-    out = err2.finish();
-    ASSERT_TRUE(std::regex_match(out, m, message)) << out;
-    EXPECT_EQ(m[1], "SIG_VER_FILE");
+    EXPECT_EQ(set_kiv_paths("/d", nullptr, ("/" + std::string(4083, 'p')).c_str()), -1);
+    EXPECT_TRUE(length_error(err.finish(), "SIG_VER_FILE", 4097, true));
     EXPECT_STREQ(IPS_DB_PATH, "/d//korad.ips.db");
     EXPECT_STREQ(CTE_DBG_TMP_FILE, "");
 
-    // The middle part counts: fits alone, not with "mub/dpi/".
-    std::strcpy(BASE_PATH, ("/" + repeat('b', 4080)).c_str());  // 4081 + 12 + 2 = 4095; + 7 = 4102
-    dwtest::StderrCapture err3;
+    // The middle part counts: 4081 + 12 + 2 fits, + "mub/dpi/" does not.
+    std::strcpy(BASE_PATH, ("/" + std::string(4080, 'b')).c_str());
+    dwtest::StderrCapture err2;
     EXPECT_EQ(set_kiv_paths("", nullptr, ""), -1);
-    out = err3.finish();
-    ASSERT_TRUE(std::regex_match(out, m, message)) << out;
-    EXPECT_EQ(m[2], "4102");
+    EXPECT_TRUE(length_error(err2.finish(), "APP_INF_DB_PATH", 4102, true));
 }
 
 TEST_F(RuntimePaths, PathsByIndex)
 {
-    std::strcpy(TMP_FILE_PATH, "/t");
     ASSERT_EQ(set_kiv_paths("/d", nullptr, "/p"), 0);
+    std::strcpy(SIG_FILE_PATH, std::string(300, 's').c_str());
     const char *expected[] = {TMP_FILE_PATH,   SIG_FILE_PATH,  NVRAM_DIR,    APP_INF_DB_PATH,
-                              APP_CAT_DB_PATH, DEV_OS_DB_PATH, RULE_DB_PATH, IPS_DB_PATH};
-    for (unsigned i = 0; i < 8; ++i) {
+                              APP_CAT_DB_PATH, DEV_OS_DB_PATH, RULE_DB_PATH, IPS_DB_PATH, nullptr};
+    for (unsigned i = 0; i < 9; ++i) {
         unsigned char length = 99;
         const char *path = "x";
-        EXPECT_EQ(get_kiv_paths(i, &length, &path), 1);
+        EXPECT_EQ(get_kiv_paths(i, &length, &path), expected[i] ? 1 : -1);
         EXPECT_EQ(path, expected[i]) << i;
-        EXPECT_EQ(length, std::strlen(expected[i]));
+        EXPECT_EQ(length, expected[i] ? std::strlen(expected[i]) % 256 : 0) << i;  // one byte: 300 wraps to 44
     }
-    unsigned char length = 99;
-    const char *path = "x";
-    EXPECT_EQ(get_kiv_paths(8, &length, &path), -1);
-    EXPECT_EQ(path, nullptr);
-    EXPECT_EQ(length, 0);
-
-    std::strcpy(SIG_FILE_PATH, ("/" + repeat('s', 299)).c_str());
-    get_kiv_paths(1, &length, &path);
-    EXPECT_EQ(length, 300 - 256);  // one byte: the length wraps
 }
