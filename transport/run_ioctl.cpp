@@ -78,6 +78,7 @@ int wait_for_drain(mqd_t queue, const char *queue_name)
 
 int run_ioctl(const char *ctrl_queue_name, unsigned int request_code, EngineRequest *block)
 {
+    if (ctrl_queue_name == nullptr || block == nullptr) return -1;
     const struct rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
     if (dw::sys::ops().setrlimit(RLIMIT_MSGQUEUE, &unlimited) != 0) {
         DW_ERROR("Cannot setrlimit %s\n\n", strerror(errno));
