@@ -51,10 +51,17 @@ DpiDataDBCache &loaded_cache()
         char dir[] = "/tmp/dw-users-bench-XXXXXX";
         if (!mkdtemp(dir)) std::abort();
         std::string path = std::string(dir) + "/korad.devdb.db";
+        // Texts shaped like a real device file's: mostly short, a few
+        // longer than the strings' in-place capacity.
+        static const char *const kinds[][2] = {{"Phone", "Smartphone"}, {"Computer", "Laptop"},
+                                               {"TV", "Smart TV"},      {"Game Console", "Handheld Console"},
+                                               {"IoT", "IP Camera"},    {"Tablet", "Tablet"}};
         std::ofstream f(path);
-        for (unsigned k = 1; k <= kDeviceLines; ++k)
-            f << k << ',' << k % 7 << ",0,0,0,0,\"Vendor " << k << " phone\",\"Vendor " << k
-              << "\",\"Model " << k << "\",\"Android\",\"14.0\",\"mobile\"\n";
+        for (unsigned k = 1; k <= kDeviceLines; ++k) {
+            const char *const *kind = kinds[k % 6];
+            f << k << ',' << k % 7 << ",0,0,0,0,\"" << kind[0] << "\",\"Vendor " << k % 50 << "\",\"PocketOS\",\""
+              << k % 20 << "\",\"Model " << k << "\",\"" << kind[1] << "\"\n";
+        }
         f.close();
         std::snprintf(DEV_OS_DB_PATH, DW_PATH_SIZE, "%s", path.c_str());
         list_head *head = nullptr;
