@@ -221,6 +221,7 @@ void FloorSteps(benchmark::State &state, const Request &r) { floor_loop(state, r
 // (medians when repetitions were asked for).
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
+    RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Color : OO_None) {}
     void ReportRuns(const std::vector<Run> &runs) override
     {
         for (const Run &r : runs) {
