@@ -9,5 +9,5 @@ add_test(NAME install_and_consume
     -DBUILD_DIR=${PROJECT_BINARY_DIR}
     -DSOURCE_DIR=${PROJECT_SOURCE_DIR}
     -DWORK_DIR=${PROJECT_BINARY_DIR}/install-check
-    -P ${PROJECT_SOURCE_DIR}/tests/install_check.cmake)
+    -P ${PROJECT_SOURCE_DIR}/cmake/InstallCheck.cmake)
 set_tests_properties(install_and_consume PROPERTIES LABELS install TIMEOUT 300)
