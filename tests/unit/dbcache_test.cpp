@@ -107,7 +107,6 @@ TEST(DbCache, ReloadMessagesAndFailedReload)
     EXPECT_EQ(cache.find_dev_os(keys), nullptr);
     EXPECT_STREQ(cache.find_app_name(1, 2), "Mail v2");
     EXPECT_STREQ(cache.find_wrs_cat(4)->cat_name, "Phishing");
-    EXPECT_EQ(&DpiDataDBCache::instance(), &DpiDataDBCache::instance());
 }
 
 TEST(ScopeGuard, BackOffScheduleAndExclusion)
