@@ -163,9 +163,18 @@ void put32(uint8_t *p, uint32_t v)
 }
 
 // The same request with nothing but the queue operations. With steps, also
-// the calls run_ioctl makes by design beyond them: setrlimit, getpid for
-// the queue name, the unlink before creating the data queue and the drain
-// check; this variant tells the cost of those from the cost of the code.
+// what run_ioctl does by design beyond them: setrlimit, getpid for the queue
+// name, the unlink before creating the data queue, a 3-second deadline on
+// every queue operation and the drain check. This variant tells the cost of
+// those from the cost of the library's own code.
+struct timespec deadline_3s()
+{
+    struct timespec t;
+    clock_gettime(CLOCK_REALTIME, &t);
+    t.tv_sec += 3;
+    return t;
+}
+
 void floor_loop(benchmark::State &state, const Request &r, bool steps)
 {
     if (skip_if_too_large(state, r)) return;
@@ -182,10 +191,22 @@ void floor_loop(benchmark::State &state, const Request &r, bool steps)
         put32(msg + 92, r.out_len);
     }
     std::vector<uint8_t> out(r.out_len ? r.out_len : 1);
+    char *buf = reinterpret_cast<char *>(out.data());
     struct mq_attr attr {};
     attr.mq_maxmsg = 2;
     attr.mq_msgsize = r.out_len;
     const struct rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
+    // With steps every operation gets its own deadline, as in run_ioctl.
+    auto send = [&](mqd_t q) {
+        if (!steps) return mq_send(q, reinterpret_cast<char *>(msg), 112, 0) == 0;
+        struct timespec t = deadline_3s();
+        return mq_timedsend(q, reinterpret_cast<char *>(msg), 112, 0, &t) == 0;
+    };
+    auto receive = [&](mqd_t q) {
+        if (!steps) return mq_receive(q, buf, r.out_len, nullptr);
+        struct timespec t = deadline_3s();
+        return mq_timedreceive(q, buf, r.out_len, nullptr, &t);
+    };
     for (auto _ : state) {
         if (steps) {
             setrlimit(RLIMIT_MSGQUEUE, &unlimited);
@@ -194,11 +215,10 @@ void floor_loop(benchmark::State &state, const Request &r, bool steps)
         mqd_t ctrl = mq_open(kCtrl, O_WRONLY);
         if (steps && r.out_len) mq_unlink(name.c_str());
         mqd_t data = r.out_len ? mq_open(name.c_str(), O_RDWR | O_CREAT, 0644, &attr) : static_cast<mqd_t>(-1);
-        bool ok = ctrl != static_cast<mqd_t>(-1) && mq_send(ctrl, reinterpret_cast<char *>(msg), 112, 0) == 0;
+        bool ok = ctrl != static_cast<mqd_t>(-1) && send(ctrl);
         if (ok && r.out_len) {
-            char *buf = reinterpret_cast<char *>(out.data());
-            ok = mq_receive(data, buf, r.out_len, nullptr) == 4;
-            if (ok && le32(out.data()) != 0) ok = mq_receive(data, buf, r.out_len, nullptr) > 0;
+            ok = receive(data) == 4;
+            if (ok && le32(out.data()) != 0) ok = receive(data) > 0;
             struct mq_attr now {};
             if (ok && steps) mq_getattr(data, &now);
         }

@@ -156,7 +156,11 @@ bool parse_root(json_t *root, const std::string &base_dir, Scenario &out, std::s
         if (!enc) return fail(err, std::string("unknown scenario key '") + key + "'");
         EncodedReport rep{enc->group, enc->command, key, {}};
         std::string why;
-        if (!enc->encode(v, rep.bytes, why)) return fail(err, std::string(key) + ": " + why);
+        if (!enc->encode(v, rep.bytes, why)) {
+            // Encoders usually name their section already.
+            if (why.compare(0, std::strlen(key), key) != 0) why = std::string(key) + ": " + why;
+            return fail(err, why);
+        }
         out.reports.push_back(std::move(rep));
     }
     return true;
