@@ -37,38 +37,31 @@ TEST(UsersReload, ConcurrentReloadKeepsRecordsWhole)
     ASSERT_TRUE(engine.start(kScenario, {"--quiet"})) << engine.error();
 
     std::atomic<bool> stop{false};
-    std::atomic<int> bad{0}, calls{0};
+    int bad = 0;
+    // One reader: each call's data queue holds two user lists, and a few at
+    // once pass this machine's per-user queue byte limit.
     std::thread reloader([&] {
         dw_ioctl dw;
         while (!stop) dw.reload_dbs();
     });
-    // One reader at a time: each call's data queue holds two user lists, and
-    // a few at once pass this machine's per-user queue byte limit.
-    std::vector<std::thread> readers;
-    for (int t = 0; t < 1; ++t)
-        readers.emplace_back([&] {
-            dw_ioctl dw;
-            for (int i = 0; i < 200; ++i) {
-                std::vector<dpi_user> users;
-                if (dw.get_users(users) != 0) {
-                    ++bad;
-                    continue;
-                }
-                ++calls;
-                for (const dpi_user &u : users) {
-                    std::string n = std::to_string(u.uid);
-                    bool whole = u.dev_desc1 == "type " + n && u.dev_desc3 == "a long operating system name " + n;
-                    bool empty = u.dev_desc1.empty() && u.dev_desc3.empty();  // a reload in between
-                    if (!whole && !empty) ++bad;
-                }
-            }
-        });
-    for (auto &r : readers) r.join();
+    dw_ioctl dw;
+    size_t seen = 0;
+    for (int i = 0; i < 200; ++i) {
+        std::vector<dpi_user> users;
+        if (dw.get_users(users) != 0) ++bad;
+        seen += users.size();
+        for (const dpi_user &u : users) {
+            std::string n = std::to_string(u.uid);
+            bool whole = u.dev_desc1 == "type " + n && u.dev_desc3 == "a long operating system name " + n;
+            bool between = u.dev_desc1.empty() && u.dev_desc3.empty();  // caught mid-reload
+            bad += !whole && !between;
+        }
+    }
     stop = true;
     reloader.join();
     engine.stop();
     EXPECT_EQ(bad, 0);
-    EXPECT_EQ(calls, 200);
+    EXPECT_GT(seen, 0u);
 
     DEV_OS_DB_PATH[0] = '\0';
     unlink(db.c_str());

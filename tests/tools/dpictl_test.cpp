@@ -104,20 +104,14 @@ TEST(Dpictl, PathsFromTheUdataDirectoryAsJson)
     json_t *doc = json_loads(r.out.c_str(), 0, &e);
     ASSERT_NE(doc, nullptr) << e.text << "\n" << r.out;
     json_t *paths = json_object_get(doc, "paths");
-    ASSERT_GE(json_array_size(paths), 9u);
+    ASSERT_EQ(json_array_size(paths), 15u);
     json_t *app = json_array_get(paths, 3);
     EXPECT_STREQ(json_string_value(json_object_get(app, "name")), "APP_INF_DB_PATH");
     EXPECT_STREQ(json_string_value(json_object_get(app, "path")), "/var/x//korad.app.db");
     EXPECT_EQ(json_integer_value(json_object_get(app, "index")), 3);
-    bool found_sig_ver = false;
-    for (size_t i = 0; i < json_array_size(paths); ++i) {
-        json_t *p = json_array_get(paths, i);
-        if (std::string(json_string_value(json_object_get(p, "name"))) == "SIG_VER_FILE") {
-            EXPECT_STREQ(json_string_value(json_object_get(p, "path")), "/nv//sig_version");
-            found_sig_ver = true;
-        }
-    }
-    EXPECT_TRUE(found_sig_ver);
+    json_t *sig_ver = json_array_get(paths, 9);  // after the eight indexed and BASE_PATH
+    EXPECT_STREQ(json_string_value(json_object_get(sig_ver, "name")), "SIG_VER_FILE");
+    EXPECT_STREQ(json_string_value(json_object_get(sig_ver, "path")), "/nv//sig_version");
     json_decref(doc);
 }
 
