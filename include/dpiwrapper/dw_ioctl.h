@@ -25,7 +25,7 @@ public:
     int get_dpi_ver(std::string &version);
     int set_redirect_url(std::string &url);
     int clear_user_domain();
-    int get_dpi_pattern_ver(std::string &version);   /* 0 found, 1 not found */
+    int get_dpi_pattern_ver(std::string &version);   /* 0 found, 1 not found; see platform.h */
 
     /* Signature and metadata loading */
     int mub_parse_single_str_arg(int argc, char **argv, char opt, char *value, int value_size);
@@ -35,7 +35,8 @@ public:
     int set_kiv_load_metadb(std::string &a, std::string &b);
     int set_sig_update_request();
 
-    /* Users and devices */
+    /* Users and devices: the request's code on failure; 0 with nothing
+     * appended while the device database cannot be loaded. */
     int get_users(std::vector<dpi_user> &users);
 
     /* Security logs */

@@ -50,8 +50,11 @@ DW_API int GetGatewayInfo(std::string &ip, std::string &mac);
 /* printf-style formatting into a new string. */
 DW_API std::string string_format(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-/* Runs an argument vector as a child process (no shell) and hands back its
- * standard output a line at a time, without the line terminator. */
+/* Runs an argument vector as a child process (no shell, PATH searched,
+ * stdin from /dev/null) and hands back its standard output a line at a time,
+ * without the "\n"; a last line without one still counts. A program that
+ * cannot be started gives no lines. The destructor reaps the child, killing
+ * it first when its output was not read to the end. */
 class DW_API CommandOutputReader2 {
 public:
     explicit CommandOutputReader2(const std::vector<std::string> &argv);
