@@ -20,7 +20,7 @@ endif()
 # pkg-config: compile and link the C consumer by hand.
 file(GLOB pcdir LIST_DIRECTORIES true ${prefix}/lib*/pkgconfig ${prefix}/lib/*/pkgconfig)
 set(ENV{PKG_CONFIG_PATH} "${pcdir}")
-execute_process(COMMAND pkg-config --cflags --libs dpiwrapper
+execute_process(COMMAND pkg-config --define-prefix --cflags --libs dpiwrapper
                 RESULT_VARIABLE rc OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE)
 if(rc)
   message(FATAL_ERROR "pkg-config does not know dpiwrapper")

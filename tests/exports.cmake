@@ -1,11 +1,11 @@
-# Compares the names the shared object exports with tests/exports.txt.
+# Compares the names the shared object exports with cmake/DpiWrapper.exports.
 # Included from tests/CMakeLists.txt it registers the test; run with -P it
 # is the check itself.
 if(NOT CMAKE_SCRIPT_MODE_FILE)
   # Sanitizer builds add runtime hooks to the dynamic symbol table.
   if(BUILD_SHARED_LIBS AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
     add_test(NAME exports COMMAND ${CMAKE_COMMAND} -DNM=${CMAKE_NM} -DLIB=$<TARGET_FILE:DpiWrapper>
-             -DLIST=${CMAKE_CURRENT_SOURCE_DIR}/exports.txt -P ${CMAKE_CURRENT_LIST_FILE})
+             -DLIST=${PROJECT_SOURCE_DIR}/cmake/DpiWrapper.exports -P ${CMAKE_CURRENT_LIST_FILE})
   endif()
   return()
 endif()
@@ -46,7 +46,7 @@ foreach(name IN LISTS actual)
   endif()
 endforeach()
 if(differences)
-  message(FATAL_ERROR "exported names differ from tests/exports.txt:\n${differences}")
+  message(FATAL_ERROR "exported names differ from cmake/DpiWrapper.exports:\n${differences}")
 endif()
 list(LENGTH actual count)
-message("exports: all ${count} names match tests/exports.txt")
+message("exports: all ${count} names match cmake/DpiWrapper.exports")
