@@ -76,10 +76,19 @@ const char *part_or_null(const std::vector<std::string> &parts, size_t i)
     return i < parts.size() ? parts[i].c_str() : nullptr;
 }
 
+// $UDATA_PATH lives in one static entry: setenv would keep a copy of every
+// value it was ever given, and the fuzzer gives millions.
+void set_settings_dir(const char *dir)
+{
+    static char entry[sizeof "UDATA_PATH=" + DW_PATH_SIZE];
+    snprintf(entry, sizeof entry, "UDATA_PATH=%s", dir);
+    putenv(entry);
+}
+
 void settings_file(const uint8_t *data, size_t size)
 {
     dwfuzz::write_file("udata.json", data, size);
-    setenv("UDATA_PATH", dwfuzz::scratch_dir().c_str(), 1);
+    set_settings_dir(dwfuzz::scratch_dir().c_str());
     check_globals(parse_udata());
 }
 
@@ -95,7 +104,7 @@ void given_dirs(const uint8_t *data, size_t size)
 void settings_dir(const uint8_t *data, size_t size)
 {
     const std::vector<std::string> parts = split(data, size, 1);
-    setenv("UDATA_PATH", parts.empty() ? "" : parts[0].c_str(), 1);
+    set_settings_dir(parts.empty() ? "" : parts[0].c_str());
     check_globals(parse_udata());
 }
 
