@@ -57,8 +57,8 @@ TEST_F(FacadeE2E, RecordsReachTheEngineAsLaidOut)
     // FQDN: cut to 255 characters, NUL, value as u16 LE at 256.
     ASSERT_EQ(dw_.mub_set_wrs_fqdn(std::string(300, 'f'), 0x1234), 0);
     EngineRecord r = engine_.record_number(1);
-    EXPECT_EQ(r.group, 4);
-    EXPECT_EQ(r.command, 7);
+    EXPECT_EQ(r["group"], 4);
+    EXPECT_EQ(r["command"], 7);
     std::vector<uint8_t> in = engine_.input_of(r);
     ASSERT_EQ(in.size(), 258u);
     EXPECT_EQ(std::string(in.begin(), in.begin() + 255), std::string(255, 'f'));
@@ -69,7 +69,7 @@ TEST_F(FacadeE2E, RecordsReachTheEngineAsLaidOut)
     std::string url = "http://192.168.1.1/blocked";
     ASSERT_EQ(dw_.set_redirect_url(url), 0);
     r = engine_.record_number(2);
-    EXPECT_EQ(r.command, 12);
+    EXPECT_EQ(r["command"], 12);
     std::vector<uint8_t> sent = engine_.input_of(r);
     EXPECT_EQ(std::string(sent.begin(), sent.end()), url);
     EXPECT_EQ(engine_.records().size(), 2u);

@@ -13,9 +13,7 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -24,8 +22,6 @@
 
 namespace dwtest {
 namespace {
-
-const char kLockFile[] = "/tmp/dw-e2e-idpfw.lock";
 
 std::string read_text(const std::string &path)
 {
@@ -37,172 +33,86 @@ std::string read_text(const std::string &path)
 
 void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
-void remove_dir(const std::string &dir)
+std::vector<std::string> dir_entries(const std::string &dir, const std::string &prefix)
 {
+    std::vector<std::string> out;
     if (DIR *d = opendir(dir.c_str())) {
-        while (struct dirent *e = readdir(d)) {
-            if (std::strcmp(e->d_name, ".") != 0 && std::strcmp(e->d_name, "..") != 0)
-                unlink((dir + "/" + e->d_name).c_str());
-        }
+        while (struct dirent *e = readdir(d))
+            if (e->d_name[0] != '.' && std::strncmp(e->d_name, prefix.c_str(), prefix.size()) == 0)
+                out.push_back(e->d_name);
         closedir(d);
     }
-    rmdir(dir.c_str());
-}
-
-int64_t int_of(json_t *o, const char *key)
-{
-    json_t *v = json_object_get(o, key);
-    return json_is_integer(v) ? json_integer_value(v) : -1;
-}
-
-bool bool_of(json_t *o, const char *key) { return json_is_true(json_object_get(o, key)); }
-
-std::string str_of(json_t *o, const char *key)
-{
-    const char *s = json_string_value(json_object_get(o, key));
-    return s ? s : "";
-}
-
-EngineRecord parse_record(json_t *o)
-{
-    EngineRecord r;
-    r.seq = static_cast<uint64_t>(int_of(o, "seq"));
-    r.kind = str_of(o, "kind");
-    r.code = static_cast<uint32_t>(int_of(o, "code"));
-    r.magic = static_cast<uint32_t>(int_of(o, "magic"));
-    r.group = static_cast<int>(int_of(o, "group"));
-    r.command = static_cast<int>(int_of(o, "command"));
-    r.reserved = static_cast<int>(int_of(o, "reserved"));
-    r.flags = static_cast<int>(int_of(o, "flags"));
-    r.in_len = static_cast<uint32_t>(int_of(o, "in_len"));
-    r.out_len = static_cast<uint32_t>(int_of(o, "out_len"));
-    r.in_buf = bool_of(o, "in_buf");
-    r.out_buf = bool_of(o, "out_buf");
-    r.used_len_ptr = bool_of(o, "used_len_ptr");
-    r.tail_zero = bool_of(o, "tail_zero");
-    r.queue = str_of(o, "queue");
-    r.queue_existed = bool_of(o, "queue_existed");
-    r.mq_maxmsg = static_cast<long>(int_of(o, "mq_maxmsg"));
-    r.mq_msgsize = static_cast<long>(int_of(o, "mq_msgsize"));
-    r.received = static_cast<uint64_t>(int_of(o, "received"));
-    r.sent = static_cast<uint64_t>(int_of(o, "sent"));
-    r.used_len_was_sent = json_is_integer(json_object_get(o, "used_len_sent"));
-    r.used_len_sent = static_cast<uint32_t>(int_of(o, "used_len_sent"));
-    r.capped = bool_of(o, "capped");
-    r.fault = str_of(o, "fault");
-    r.input_file = str_of(o, "input_file");
-    r.note = str_of(o, "note");
-    r.error = str_of(o, "error");
-    return r;
+    return out;
 }
 
 }  // namespace
 
-EngineProcess::~EngineProcess() { stop(); }
-
-bool EngineProcess::lock()
+int64_t EngineRecord::operator[](const std::string &key) const
 {
-    lock_fd_ = open(kLockFile, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (lock_fd_ < 0) {
-        error_ = std::string("cannot open ") + kLockFile + ": " + std::strerror(errno);
-        return false;
-    }
-    while (flock(lock_fd_, LOCK_EX) != 0) {
-        if (errno == EINTR) continue;
-        error_ = std::string("cannot lock ") + kLockFile + ": " + std::strerror(errno);
-        unlock();
-        return false;
-    }
-    return true;
+    auto i = num.find(key);
+    return i == num.end() ? -1 : i->second;
 }
 
-void EngineProcess::unlock()
+std::string EngineRecord::str(const std::string &key) const
 {
-    if (lock_fd_ >= 0) close(lock_fd_);  // closing releases the flock
-    lock_fd_ = -1;
+    auto i = text.find(key);
+    return i == text.end() ? "" : i->second;
 }
 
 bool EngineProcess::start(const std::string &scenario_json, const std::vector<std::string> &args)
 {
-    if (scenario_json.empty()) return start_with_file("", args);
-    char tmpl[] = "/tmp/dw-scenario-XXXXXX";
-    int fd = mkstemp(tmpl);
-    if (fd < 0) {
-        error_ = std::string("mkstemp: ") + std::strerror(errno);
-        return false;
-    }
-    bool ok = write(fd, scenario_json.data(), scenario_json.size()) ==
-              static_cast<ssize_t>(scenario_json.size());
-    close(fd);
-    bool started = ok && start_with_file(tmpl, args);
-    if (!ok) error_ = "cannot write the scenario";
-    unlink(tmpl);  // the engine has read it once it is ready
-    return started;
-}
-
-bool EngineProcess::start_with_file(const std::string &scenario_path, const std::vector<std::string> &args)
-{
     stop();
     error_.clear();
-    if (!lock()) return false;
-    if (!launch(scenario_path, args)) {
-        stop();
-        return false;
+    lock_fd_ = open("/tmp/dw-e2e-idpfw.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    while (lock_fd_ >= 0 && flock(lock_fd_, LOCK_EX) != 0 && errno == EINTR) {
     }
-    return true;
+    char tmpl[] = "/tmp/dw-scenario-XXXXXX";
+    int fd = scenario_json.empty() ? -1 : mkstemp(tmpl);
+    bool written = fd >= 0 && write(fd, scenario_json.data(), scenario_json.size()) ==
+                                  static_cast<ssize_t>(scenario_json.size());
+    if (fd >= 0) close(fd);
+    bool ok = lock_fd_ >= 0 && (scenario_json.empty() || written) &&
+              launch(scenario_json.empty() ? "" : tmpl, args);
+    if (fd >= 0) unlink(tmpl);  // the engine has read it once it is ready
+    if (!ok && error_.empty()) error_ = std::string("cannot lock or write the scenario: ") + std::strerror(errno);
+    if (!ok) stop();
+    return ok;
 }
 
 bool EngineProcess::launch(const std::string &scenario_path, const std::vector<std::string> &args)
 {
     char tmpl[] = "/tmp/dw-sim-XXXXXX";
-    if (!mkdtemp(tmpl)) {
-        error_ = std::string("mkdtemp: ") + std::strerror(errno);
-        return false;
-    }
+    if (!mkdtemp(tmpl)) return false;
     dir_ = tmpl;
     const std::string ready = dir_ + "/ready";
     std::vector<std::string> words = {DW_SIM_PATH, "--record-dir", dir_, "--ready-file", ready};
-    if (!scenario_path.empty()) {
-        words.push_back("--scenario");
-        words.push_back(scenario_path);
-    }
+    if (!scenario_path.empty()) words.insert(words.end(), {"--scenario", scenario_path});
     words.insert(words.end(), args.begin(), args.end());
     std::vector<char *> argv;
     for (std::string &w : words) argv.push_back(&w[0]);
     argv.push_back(nullptr);
 
     int log_fd = open((dir_ + "/engine.log").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    int null_fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
     const pid_t parent = getpid();
-    pid_t pid = fork();
-    if (pid == 0) {
-        // Only async-signal-safe calls from here to exec. The engine goes
-        // when the test process goes, so no stray engine keeps "/idpfw".
+    pid_ = fork();
+    if (pid_ == 0) {
+        // Only async-signal-safe calls until exec. The engine goes when the
+        // test process goes, so no stray engine keeps "/idpfw".
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         if (getppid() != parent) _exit(127);
-        if (log_fd >= 0) {
-            dup2(log_fd, 1);
-            dup2(log_fd, 2);
-        }
-        if (null_fd >= 0) dup2(null_fd, 0);
+        dup2(log_fd, 1);
+        dup2(log_fd, 2);
+        dup2(open("/dev/null", O_RDONLY), 0);
         execv(argv[0], argv.data());
         _exit(127);
     }
-    if (log_fd >= 0) close(log_fd);
-    if (null_fd >= 0) close(null_fd);
-    if (pid < 0) {
-        error_ = std::string("fork: ") + std::strerror(errno);
-        return false;
-    }
-    pid_ = pid;
-
-    for (int waited = 0; waited < 10000; waited += 5) {
+    close(log_fd);
+    for (int waited = 0; pid_ > 0 && waited < 10000; waited += 5) {
         if (access(ready.c_str(), F_OK) == 0) return true;
         int status = 0;
         if (waitpid(pid_, &status, WNOHANG) == pid_) {
             pid_ = -1;
-            error_ = "dpi-engine-sim exited before it was ready (status " + std::to_string(status) +
-                     "): " + log();
+            error_ = "dpi-engine-sim exited before it was ready (status " + std::to_string(status) + "): " + log();
             return false;
         }
         sleep_ms(5);
@@ -229,9 +139,13 @@ int EngineProcess::stop()
         result = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
         pid_ = -1;
     }
-    if (!dir_.empty() && !std::getenv("DW_KEEP_RECORDS")) remove_dir(dir_);
+    if (!dir_.empty() && !std::getenv("DW_KEEP_RECORDS")) {
+        for (const std::string &f : dir_entries(dir_, "")) unlink((dir_ + "/" + f).c_str());
+        rmdir(dir_.c_str());
+    }
     dir_.clear();
-    unlock();
+    if (lock_fd_ >= 0) close(lock_fd_);  // closing releases the flock
+    lock_fd_ = -1;
     return result;
 }
 
@@ -243,54 +157,51 @@ std::vector<EngineRecord> EngineProcess::records() const
     std::istringstream lines(read_text(dir_ + "/requests.jsonl"));
     std::string line;
     while (std::getline(lines, line)) {
-        json_error_t err;
-        json_t *o = json_loads(line.c_str(), 0, &err);
+        json_t *o = json_loads(line.c_str(), 0, nullptr);
         if (!o) continue;  // a line still being written
-        out.push_back(parse_record(o));
+        EngineRecord r;
+        const char *key;
+        json_t *v;
+        json_object_foreach(o, key, v)
+        {
+            if (json_is_string(v)) r.text[key] = json_string_value(v);
+            if (json_is_integer(v) || json_is_boolean(v))
+                r.num[key] = json_is_integer(v) ? json_integer_value(v) : json_is_true(v);
+        }
+        out.push_back(r);
         json_decref(o);
     }
     return out;
 }
 
-bool EngineProcess::wait_for_records(size_t n, int timeout_ms) const
-{
-    for (int waited = 0;; waited += 2) {
-        if (records().size() >= n) return true;
-        if (waited >= timeout_ms) return false;
-        sleep_ms(2);
-    }
-}
-
 EngineRecord EngineProcess::record_number(size_t n, int timeout_ms) const
 {
-    wait_for_records(n, timeout_ms);
+    for (int waited = 0; waited < timeout_ms && records().size() < n; waited += 2) sleep_ms(2);
     for (const EngineRecord &r : records())
-        if (r.seq == n) return r;
+        if (r["seq"] == static_cast<int64_t>(n)) return r;
     return EngineRecord{};
 }
 
 std::vector<uint8_t> EngineProcess::input_of(const EngineRecord &r) const
 {
-    if (r.input_file.empty()) return {};
-    std::string s = read_text(dir_ + "/" + r.input_file);
+    if (r.str("input_file").empty()) return {};
+    std::string s = read_text(dir_ + "/" + r.str("input_file"));
     return std::vector<uint8_t>(s.begin(), s.end());
 }
 
 bool can_create_queue(long maxmsg, long msgsize)
 {
-    // Lift the limit first, as run_ioctl does on every call.
     const struct rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
     setrlimit(RLIMIT_MSGQUEUE, &unlimited);
     static std::atomic<unsigned> counter{0};
-    char name[64];
-    std::snprintf(name, sizeof name, "/dw-probe-%d-%u", static_cast<int>(getpid()), counter++);
+    const std::string name = "/dw-probe-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
     struct mq_attr attr {};
     attr.mq_maxmsg = maxmsg;
     attr.mq_msgsize = msgsize;
-    mqd_t q = mq_open(name, O_RDWR | O_CREAT | O_EXCL, 0600, &attr);
+    mqd_t q = mq_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600, &attr);
     if (q == static_cast<mqd_t>(-1)) return false;
     mq_close(q);
-    mq_unlink(name);
+    mq_unlink(name.c_str());
     return true;
 }
 
@@ -300,7 +211,7 @@ std::string queue_skip_reason(long maxmsg, long msgsize)
     getrlimit(RLIMIT_MSGQUEUE, &lim);
     auto text = [](rlim_t v) { return v == RLIM_INFINITY ? std::string("unlimited") : std::to_string(v); };
     std::string max = read_text("/proc/sys/fs/mqueue/msgsize_max");
-    while (!max.empty() && (max.back() == '\n' || max.back() == ' ')) max.pop_back();
+    max = max.substr(0, max.find('\n'));
     return "needs a data queue of " + std::to_string(maxmsg) + " x " + std::to_string(msgsize) +
            " bytes; this machine's RLIMIT_MSGQUEUE is " + text(lim.rlim_cur) + " bytes (hard " +
            text(lim.rlim_max) + "), fs.mqueue.msgsize_max " + max + " (run scripts/vm-test)";
@@ -308,10 +219,7 @@ std::string queue_skip_reason(long maxmsg, long msgsize)
 
 std::string data_queue_name_of_this_thread()
 {
-    char name[64];
-    std::snprintf(name, sizeof name, "/idpfw-%u-%u", static_cast<unsigned>(getpid()),
-                  static_cast<unsigned>(pthread_self()));
-    return name;
+    return "/idpfw-" + std::to_string(getpid()) + "-" + std::to_string(static_cast<unsigned>(pthread_self()));
 }
 
 bool queue_exists(const std::string &name)
@@ -324,14 +232,7 @@ bool queue_exists(const std::string &name)
 
 std::vector<std::string> leftover_data_queues()
 {
-    std::vector<std::string> out;
-    const std::string prefix = "idpfw-" + std::to_string(getpid()) + "-";
-    if (DIR *d = opendir("/dev/mqueue")) {
-        while (struct dirent *e = readdir(d))
-            if (std::strncmp(e->d_name, prefix.c_str(), prefix.size()) == 0) out.push_back(e->d_name);
-        closedir(d);
-    }
-    return out;
+    return dir_entries("/dev/mqueue", "idpfw-" + std::to_string(getpid()) + "-");
 }
 
 }  // namespace dwtest

@@ -44,9 +44,8 @@ int fake_close(mqd_t fd)
 
 int fake_unlink(const char *)
 {
-    const bool final = g->calls.find("create") != std::string::npos;
     log("unlink");
-    return final && g->final_unlink_error ? fail(g->final_unlink_error) : 0;
+    return 0;
 }
 
 int fake_send(mqd_t, const char *msg, size_t len, unsigned, const struct timespec *)

@@ -25,7 +25,7 @@ struct FakeMq {
 
     // Knobs: an errno makes that step fail.
     int setrlimit_error = 0, ctrl_open_error = 0, data_open_error = 0;
-    int ctrl_send_error = 0, data_send_error = 0, final_unlink_error = 0;
+    int ctrl_send_error = 0, data_send_error = 0;
     mqd_t ctrl_fd = 3, data_fd = 4;
     std::deque<int> receive_errors;  // consumed before each receive; 0 takes a reply
     std::deque<Message> replies;

@@ -1,6 +1,8 @@
-// run_ioctl over scripted queue calls: each failure with its code and
-// message, the call sequences of the success paths, and the control message
-// at its literal offsets.
+// run_ioctl over scripted queue calls, for what a real engine cannot cause:
+// failing queue calls with their code and message, signals, descriptor 0,
+// an oversized used-length message; also the call sequences and the control
+// message at its literal offsets. Outcomes an engine can produce (no answer,
+// empty output, slow drain, a vanished data queue) are in transport_e2e_test.
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -81,15 +83,8 @@ TEST(RunIoctl, FailuresHaveTheirCodeAndMessage)
          [](Call &c) { return "Cannot send ctrl to MQ '" + c.req("/idpfw") + " Interrupted system call"; }},
         {true, [](FakeMq &f) { f.data_send_error = ETIMEDOUT; }, -3,
          [&](Call &c) { return "Cannot send input data(18 bytes) to MQ '" + c.req(dq) + " Connection timed out"; }},
-        {false, [](FakeMq &) {}, -3,
-         [&](Call &c) { return "Cannot receive used length from MQ '" + c.req(dq) + " Connection timed out"; }},
         {false, [](FakeMq &f) { f.replies = {{8, 0, 0, 0}}; f.receive_errors = {0, EBADF}; }, -3,
          [&](Call &c) { return "Cannot receive output data(64 bytes) from MQ '" + c.req(dq) + " Bad file descriptor"; }},
-        {false, [](FakeMq &f) { f.replies = {{8, 0, 0, 0}, {}}; }, -4, nullptr},
-        {true, [](FakeMq &f) { f.busy_polls = 1000; }, -5,
-         [&](Call &) { return "Waiting for MQ '" + dq + "' over 3 secs"; }},
-        {false, [](FakeMq &f) { f.answer({1}); f.final_unlink_error = EACCES; }, -3,
-         [&](Call &) { return "Cannot unlink data MQ '" + dq + "' Permission denied"; }},
     };
     for (Row &row : rows) {
         FakeMq fake;
@@ -99,11 +94,6 @@ TEST(RunIoctl, FailuresHaveTheirCodeAndMessage)
         EXPECT_EQ(call.run(), row.result);
         const std::string out = err.finish();
         SCOPED_TRACE(fake.calls);
-        if (!row.message) {
-            EXPECT_EQ(out, "");
-            EXPECT_EQ(call.used, 0u);  // an empty output message zeroes the used length
-            continue;
-        }
         const std::regex line(R"( \*\*\* ERROR: \[run_ioctl:[0-9]+\] )" + quote(row.message(call)) + "\n\n");
         EXPECT_TRUE(std::regex_match(out, line)) << out;
         // Whatever failed after the data queue was made, both queues are released.
@@ -126,14 +116,8 @@ TEST(RunIoctl, CallSequences)
         {"signals retried on receive", false,
          [](FakeMq &f, Call &) { f.answer({7}); f.receive_errors = {EINTR, 0, EINTR}; },
          "setrlimit open unlink create send receive receive receive receive getattr close3 close4 unlink"},
-        {"used length 0", false, [](FakeMq &f, Call &) { f.answer({}); },
-         "setrlimit open unlink create send receive close3 close4 unlink"},
         {"input drained", true, [](FakeMq &f, Call &) { f.busy_polls = 2; },
          "setrlimit open unlink create send senddata getattr getattr getattr close3 close4 unlink"},
-        {"input wins", true,
-         [](FakeMq &, Call &c) { c.block.out_buf = c.out; c.block.used_len = &c.used; c.block.out_len = 64; },
-         "setrlimit open unlink create send senddata getattr close3 close4 unlink"},
-        {"pure command", false, [](FakeMq &, Call &c) { c.block.out_buf = nullptr; }, "setrlimit open send close3"},
         {"descriptor 0 is not open", false,
          [](FakeMq &f, Call &) { f.ctrl_fd = f.data_fd = 0; f.answer({1}); },
          "setrlimit open unlink create send receive receive getattr"},
@@ -212,7 +196,4 @@ TEST(RunIoctl, ControlMessageAndDataQueueLayout)
     EXPECT_EQ(input.control[75], 2);
     EXPECT_EQ(read_le(input.control.data(), 76, 4), static_cast<uint32_t>(reinterpret_cast<uintptr_t>(sent.in)));
     EXPECT_EQ(read_le(input.control.data(), 80, 4), 18u);
-    EXPECT_EQ(input.attr.mq_maxmsg, 1);
-    EXPECT_EQ(input.attr.mq_msgsize, 18);
-    EXPECT_EQ(input.data_sent, FakeMq::Message(18, 0x11));
 }
