@@ -13,23 +13,32 @@ namespace {
 constexpr int kStepSeconds = 3;
 
 /* Every timed queue operation gets its own deadline: now + 3 s. */
-struct timespec step_deadline()
+struct timespec step_deadline(dw::sys::Ops &sys)
 {
     struct timespec ts = {};
-    dw::sys::ops().clock_gettime(CLOCK_REALTIME, &ts);
+    sys.clock_gettime(CLOCK_REALTIME, &ts);
     ts.tv_sec += kStepSeconds;
     return ts;
 }
 
 /* A receive interrupted by a signal is tried again with a fresh deadline. */
-ssize_t receive_retrying(mqd_t queue, char *buffer, size_t capacity)
+ssize_t receive_retrying(dw::sys::Ops &sys, mqd_t queue, char *buffer, size_t capacity)
 {
     ssize_t got;
     do {
-        const struct timespec deadline = step_deadline();
-        got = dw::sys::ops().mq_timedreceive(queue, buffer, capacity, nullptr, &deadline);
+        const struct timespec deadline = step_deadline(sys);
+        got = sys.mq_timedreceive(queue, buffer, capacity, nullptr, &deadline);
     } while (got < 0 && errno == EINTR);
     return got;
+}
+
+/* Copies n bytes, n at most 4; a fixed 4-byte copy in the usual case. */
+void copy_up_to_4(void *to, const void *from, size_t n)
+{
+    if (n >= 4)
+        memcpy(to, from, 4);
+    else
+        for (size_t i = 0; i < n; ++i) static_cast<char *>(to)[i] = static_cast<const char *>(from)[i];
 }
 
 /* Receives the engine's used-length message. The queue's message size is the
@@ -39,33 +48,33 @@ ssize_t receive_retrying(mqd_t queue, char *buffer, size_t capacity)
  * gets back the bytes it had: a well-behaved engine sees the same result as a
  * receive straight into the word, and one that sends more than 4 bytes cannot
  * write past it. */
-ssize_t receive_used_length(mqd_t queue, const EngineRequest &block)
+ssize_t receive_used_length(dw::sys::Ops &sys, mqd_t queue, const EngineRequest &block)
 {
     if (block.used_len == nullptr) {
         errno = EFAULT;
         return -1;
     }
     char *out = static_cast<char *>(block.out_buf);
-    const size_t kept = block.out_len < 4 ? block.out_len : 4;
+    const size_t kept = block.out_len;  // only its first 4 bytes are saved
     char saved[4];
-    memcpy(saved, out, kept);
-    const ssize_t got = receive_retrying(queue, out, block.out_len);
+    copy_up_to_4(saved, out, kept);
+    const ssize_t got = receive_retrying(sys, queue, out, block.out_len);
     const int receive_errno = errno;
-    if (got > 0) memcpy(block.used_len, out, static_cast<size_t>(got) < 4 ? static_cast<size_t>(got) : 4);
-    memcpy(out, saved, kept);
+    if (got > 0) copy_up_to_4(block.used_len, out, static_cast<size_t>(got));
+    copy_up_to_4(out, saved, kept);
     errno = receive_errno;
     return got;
 }
 
 /* Polls, without sleeping, until the engine has taken the message off the
  * data queue, for at most 3 s. */
-int wait_for_drain(mqd_t queue, const char *queue_name)
+int wait_for_drain(dw::sys::Ops &sys, mqd_t queue, const char *queue_name)
 {
-    const struct timespec deadline = step_deadline();
+    const struct timespec deadline = step_deadline(sys);
     for (;;) {
         struct mq_attr attr = {};
-        if (dw::sys::ops().mq_getattr(queue, &attr) != 0 || attr.mq_curmsgs < 1) return 0;
-        const time_t now = dw::sys::ops().time(nullptr);
+        if (sys.mq_getattr(queue, &attr) != 0 || attr.mq_curmsgs < 1) return 0;
+        const time_t now = sys.time(nullptr);
         if (now == static_cast<time_t>(-1)) return 0;
         if (deadline.tv_sec - now < 0) {
             DW_ERROR_AS("run_ioctl", "Waiting for MQ '%s' over %d secs\n\n", queue_name, kStepSeconds);
@@ -79,8 +88,9 @@ int wait_for_drain(mqd_t queue, const char *queue_name)
 int run_ioctl(const char *ctrl_queue_name, unsigned int request_code, EngineRequest *block)
 {
     if (ctrl_queue_name == nullptr || block == nullptr) return -1;
+    dw::sys::Ops &sys = dw::sys::ops();
     const struct rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
-    if (dw::sys::ops().setrlimit(RLIMIT_MSGQUEUE, &unlimited) != 0) {
+    if (sys.setrlimit(RLIMIT_MSGQUEUE, &unlimited) != 0) {
         DW_ERROR("Cannot setrlimit %s\n\n", strerror(errno));
         return -1;
     }
@@ -89,7 +99,7 @@ int run_ioctl(const char *ctrl_queue_name, unsigned int request_code, EngineRequ
     dw::build_control_message(message, ctrl_queue_name, request_code, *block);
     const char *data_name = message.data_queue;
 
-    const mqd_t ctrl = dw::sys::ops().mq_open(ctrl_queue_name, O_WRONLY);
+    const mqd_t ctrl = sys.mq_open(ctrl_queue_name, O_WRONLY);
     if (ctrl == static_cast<mqd_t>(-1)) {
         DW_ERROR("Cannot open ctrl MQ '%s' %s\n\n", ctrl_queue_name, strerror(errno));
         return -1;
@@ -112,11 +122,11 @@ int run_ioctl(const char *ctrl_queue_name, unsigned int request_code, EngineRequ
     mqd_t data = static_cast<mqd_t>(-1);
     if (has_data) {
         /* A queue left behind under this name by an earlier call goes first. */
-        dw::sys::ops().mq_unlink(data_name);
-        data = dw::sys::ops().mq_create(data_name, O_RDWR | O_CREAT, 0644, &attr);
+        sys.mq_unlink(data_name);
+        data = sys.mq_create(data_name, O_RDWR | O_CREAT, 0644, &attr);
         if (data == static_cast<mqd_t>(-1)) {
             const int open_errno = errno;
-            dw::sys::ops().mq_close(ctrl);
+            sys.mq_close(ctrl);
             DW_ERROR("Cannot open data MQ '%s' %s\n\n", data_name, strerror(open_errno));
             return -1;
         }
@@ -124,15 +134,15 @@ int run_ioctl(const char *ctrl_queue_name, unsigned int request_code, EngineRequ
 
     int result = 0;
     bool drain = false;
-    struct timespec deadline = step_deadline();
-    if (dw::sys::ops().mq_timedsend(ctrl, reinterpret_cast<const char *>(&message), sizeof message, 0,
+    struct timespec deadline = step_deadline(sys);
+    if (sys.mq_timedsend(ctrl, reinterpret_cast<const char *>(&message), sizeof message, 0,
                                     &deadline) != 0) {
         DW_ERROR("Cannot send ctrl to MQ '%s' w/ req 0x%X with arg %p %s\n\n", ctrl_queue_name,
                  request_code, static_cast<void *>(block), strerror(errno));
         result = -2;
     } else if (has_data && input) {
-        deadline = step_deadline();
-        if (dw::sys::ops().mq_timedsend(data, static_cast<const char *>(block->in_buf), block->in_len, 0,
+        deadline = step_deadline(sys);
+        if (sys.mq_timedsend(data, static_cast<const char *>(block->in_buf), block->in_len, 0,
                                         &deadline) != 0) {
             DW_ERROR("Cannot send input data(%d bytes) to MQ '%s' w/ req 0x%X with arg %p %s\n\n",
                      static_cast<int>(block->in_len), data_name, request_code, static_cast<void *>(block),
@@ -142,12 +152,13 @@ int run_ioctl(const char *ctrl_queue_name, unsigned int request_code, EngineRequ
             drain = true;
         }
     } else if (has_data) {
-        if (receive_used_length(data, *block) < 0) {
+        if (receive_used_length(sys, data, *block) < 0) {
             DW_ERROR("Cannot receive used length from MQ '%s' w/ req 0x%X with arg %p %s\n\n", data_name,
                      request_code, static_cast<void *>(block), strerror(errno));
             result = -3;
         } else if (*block->used_len != 0) {
-            const ssize_t got = receive_retrying(data, static_cast<char *>(block->out_buf), block->out_len);
+            const ssize_t got =
+                receive_retrying(sys, data, static_cast<char *>(block->out_buf), block->out_len);
             if (got < 0) {
                 DW_ERROR("Cannot receive output data(%u bytes) from MQ '%s' w/ req 0x%X with arg %p %s\n\n",
                          block->out_len, data_name, request_code, static_cast<void *>(block), strerror(errno));
@@ -162,13 +173,13 @@ int run_ioctl(const char *ctrl_queue_name, unsigned int request_code, EngineRequ
     }
 
     /* The data queue is unlinked only once the engine has emptied it. */
-    if (drain) result = wait_for_drain(data, data_name);
+    if (drain) result = wait_for_drain(sys, data, data_name);
 
     /* Descriptors count as open only when greater than 0. */
-    if (ctrl > 0) dw::sys::ops().mq_close(ctrl);
+    if (ctrl > 0) sys.mq_close(ctrl);
     if (data > 0) {
-        dw::sys::ops().mq_close(data);
-        if (dw::sys::ops().mq_unlink(data_name) != 0) {
+        sys.mq_close(data);
+        if (sys.mq_unlink(data_name) != 0) {
             DW_ERROR("Cannot unlink data MQ '%s' %s\n\n", data_name, strerror(errno));
             result = -3;
         }

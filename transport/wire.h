@@ -2,6 +2,7 @@
 #ifndef DW_TRANSPORT_WIRE_H
 #define DW_TRANSPORT_WIRE_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "dpiwrapper/transport.h"
@@ -12,6 +13,14 @@ namespace dw {
  * pointer travels as its low 32 bits: the engine only ever looks at the
  * lengths, and on a 32-bit target that is the whole pointer. */
 void write_request_image(const EngineRequest &request, uint8_t image[DW_REQUEST_IMAGE_SIZE]);
+
+/* Writes "<ctrl>-<pid>-<thread>" as snprintf(out, size, "%s-%u-%u", ...)
+ * would: cut to size - 1 characters and NUL-terminated when size > 0. */
+void format_data_queue_name(char *out, size_t size, const char *ctrl_queue_name, unsigned pid,
+                            unsigned thread);
+
+/* This process's id, read once and refreshed in the child after fork(). */
+unsigned process_id();
 
 /* Fills the control message: the data queue name "<ctrl>-<pid>-<thread>"
  * (cut to the 64-byte field), the request code and the block image. */
