@@ -48,14 +48,22 @@ void build_first_hit(FirstHitIndex &ix, const list_head *head, KeyFn key)
     }
 }
 
+size_t table_size(size_t n)
+{
+    size_t cap = 1;  // at most 3/4 full, with one slot free at least
+    while (cap * 3 < n * 4 + 4) cap <<= 1;
+    return cap;
+}
+
+uint64_t pair_key(uint32_t key1, uint32_t key2) { return (static_cast<uint64_t>(key1) << 32) | key2; }
+
 size_t block(const void *p) { return p ? malloc_usable_size(const_cast<void *>(p)) : 0; }
 
 }  // namespace
 
 void FirstHitIndex::reset(size_t n)
 {
-    size_t cap = 1;  // at most 3/4 full, with one slot free at least
-    while (cap * 3 < n * 4 + 4) cap <<= 1;
+    const size_t cap = table_size(n);
     std::vector<Slot>(cap, Slot{0, nullptr}).swap(slots_);
     mask_ = cap - 1;
 }
@@ -88,6 +96,24 @@ void FirstHitIndex::clear()
     mask_ = 0;
 }
 
+void DevIndex::add_group(std::vector<Group> &table, uint64_t key, uint32_t begin, uint32_t end)
+{
+    const size_t mask = table.size() - 1;
+    size_t i = mix(key) & mask;
+    while (table[i].end != 0) i = (i + 1) & mask;
+    table[i] = Group{key, begin, end};
+}
+
+const DevIndex::Group *DevIndex::find_group(const std::vector<Group> &table, uint64_t key)
+{
+    const size_t mask = table.size() - 1;
+    for (size_t i = mix(key) & mask;; i = (i + 1) & mask) {
+        const Group &g = table[i];
+        if (g.end == 0) return nullptr;
+        if (g.key == key) return &g;
+    }
+}
+
 void DevIndex::build(const list_head *head)
 {
     try {
@@ -95,14 +121,37 @@ void DevIndex::build(const list_head *head)
         refs.reserve(count(head));
         uint32_t pos = 0;
         each<dev_os_entry_t>(head, [&](const dev_os_entry_t *e) {
-            refs.push_back(Ref{e->key1, e->key2, pos++, e});
+            refs.push_back(Ref{{e->key1, e->key2, e->key3, e->key4, e->key5, e->key6}, pos++, e});
         });
         std::sort(refs.begin(), refs.end(), [](const Ref &a, const Ref &b) {
-            if (a.key1 != b.key1) return a.key1 < b.key1;
-            if (a.key2 != b.key2) return a.key2 < b.key2;
+            if (a.keys[0] != b.keys[0]) return a.keys[0] < b.keys[0];
+            if (a.keys[1] != b.keys[1]) return a.keys[1] < b.keys[1];
             return a.pos < b.pos;
         });
+        // Calls fn(begin, end) for each run of refs that share the first `width` keys.
+        const uint32_t n = static_cast<uint32_t>(refs.size());
+        auto runs = [&](int width, auto fn) {
+            auto same = [&](uint32_t a, uint32_t b) {
+                return refs[a].keys[0] == refs[b].keys[0] && (width == 1 || refs[a].keys[1] == refs[b].keys[1]);
+            };
+            for (uint32_t begin = 0, end = 0; begin < n; begin = end) {
+                while (++end < n && same(begin, end)) {
+                }
+                fn(begin, end);
+            }
+        };
+        size_t key1_groups = 0, pair_groups = 0;
+        runs(1, [&](uint32_t, uint32_t) { ++key1_groups; });
+        runs(2, [&](uint32_t, uint32_t) { ++pair_groups; });
+        std::vector<Group> key1s(table_size(key1_groups), Group{0, 0, 0});
+        std::vector<Group> pairs(table_size(pair_groups), Group{0, 0, 0});
+        runs(1, [&](uint32_t begin, uint32_t end) { add_group(key1s, refs[begin].keys[0], begin, end); });
+        runs(2, [&](uint32_t begin, uint32_t end) {
+            add_group(pairs, pair_key(refs[begin].keys[0], refs[begin].keys[1]), begin, end);
+        });
         refs_.swap(refs);
+        pairs_.swap(pairs);
+        key1s_.swap(key1s);
         ready_ = true;
     } catch (const std::bad_alloc &) {
         clear();
@@ -111,30 +160,25 @@ void DevIndex::build(const list_head *head)
 
 const dev_os_entry_t *DevIndex::find(const unsigned int keys[6]) const
 {
-    const unsigned int k1 = keys[0], k2 = keys[1];
-    auto full = [keys](const dev_os_entry_t *e) {
-        return (!keys[2] || keys[2] == e->key3) && (!keys[3] || keys[3] == e->key4) &&
-               (!keys[4] || keys[4] == e->key5) && (!keys[5] || keys[5] == e->key6);
+    const unsigned int k2 = keys[1];
+    const Group *g = k2 ? find_group(pairs_, pair_key(keys[0], k2)) : find_group(key1s_, keys[0]);
+    if (!g) return nullptr;
+    auto full = [keys](const Ref &r) {
+        return (!keys[2] || keys[2] == r.keys[2]) && (!keys[3] || keys[3] == r.keys[3]) &&
+               (!keys[4] || keys[4] == r.keys[4]) && (!keys[5] || keys[5] == r.keys[5]);
     };
-    // Group of the query: (key1, key2), or all of key1 when key2 is zero.
-    auto lo = std::lower_bound(refs_.begin(), refs_.end(), k1, [k2](const Ref &r, unsigned int k) {
-        return r.key1 < k || (r.key1 == k && k2 && r.key2 < k2);
-    });
-    auto hi = std::upper_bound(lo, refs_.end(), k1, [k2](unsigned int k, const Ref &r) {
-        return k < r.key1 || (k == r.key1 && k2 && k2 < r.key2);
-    });
-    if (lo == hi) return nullptr;
+    const Ref *lo = refs_.data() + g->begin, *hi = refs_.data() + g->end;
     if (k2) {
         // One key2 group in file order: the first full match, else its last line.
-        for (auto it = lo; it != hi; ++it)
-            if (full(it->entry)) return it->entry;
+        for (const Ref *r = lo; r != hi; ++r)
+            if (full(*r)) return r->entry;
         return (hi - 1)->entry;
     }
     // Several key2 groups: the earliest full match, else the latest line.
-    const Ref *first_full = nullptr, *last = nullptr;
-    for (auto it = lo; it != hi; ++it) {
-        if (!last || it->pos > last->pos) last = &*it;
-        if (full(it->entry) && (!first_full || it->pos < first_full->pos)) first_full = &*it;
+    const Ref *first_full = nullptr, *last = lo;
+    for (const Ref *r = lo; r != hi; ++r) {
+        if (r->pos > last->pos) last = r;
+        if (full(*r) && (!first_full || r->pos < first_full->pos)) first_full = r;
     }
     return (first_full ? first_full : last)->entry;
 }
@@ -142,6 +186,8 @@ const dev_os_entry_t *DevIndex::find(const unsigned int keys[6]) const
 void DevIndex::clear()
 {
     std::vector<Ref>().swap(refs_);
+    std::vector<Group>().swap(pairs_);
+    std::vector<Group>().swap(key1s_);
     ready_ = false;
 }
 

@@ -34,23 +34,40 @@ private:
     size_t mask_ = 0;
 };
 
-/* Device entries grouped by (key1, key2), each group in file order. A query
- * with key2 set walks only its (key1, key2) group; with key2 zero, the whole
- * key1 group, comparing file positions to keep the walk's answer. */
+/* Device entries grouped by (key1, key2), each group in file order, with
+ * every entry's six keys kept beside it so a walk never touches the entries.
+ * A query with key2 set finds its (key1, key2) group through a hash table and
+ * walks only that; with key2 zero, the whole key1 group (found the same way),
+ * comparing file positions to keep the list walk's answer. */
 class DevIndex {
 public:
     void build(const list_head *head);
     const dev_os_entry_t *find(const unsigned int keys[6]) const;
     void clear();
     bool ready() const { return ready_; }
-    size_t bytes() const { return refs_.capacity() * sizeof(Ref); }
+    size_t bytes() const
+    {
+        return refs_.capacity() * sizeof(Ref) + (pairs_.capacity() + key1s_.capacity()) * sizeof(Group);
+    }
 
 private:
     struct Ref {
-        uint32_t key1, key2, pos;
+        uint32_t keys[6];
+        uint32_t pos;
         const dev_os_entry_t *entry;
     };
+    /* Slot of an open-addressing table: refs_[begin, end) share the key;
+     * end 0 marks a free slot (a group is never empty). */
+    struct Group {
+        uint64_t key;
+        uint32_t begin, end;
+    };
+    static void add_group(std::vector<Group> &table, uint64_t key, uint32_t begin, uint32_t end);
+    static const Group *find_group(const std::vector<Group> &table, uint64_t key);
+
     std::vector<Ref> refs_;
+    std::vector<Group> pairs_;  // (key1, key2) groups
+    std::vector<Group> key1s_;  // key1 groups
     bool ready_ = false;
 };
 
