@@ -64,6 +64,13 @@ void copy_descriptions(const dev_os_entry_t &e, dpi_user &u)
     put(u.dev_desc6, e.text6);
 }
 
+// Asks for the description texts ahead of their copy; they live in separate
+// heap blocks, each a likely cache miss.
+void prefetch_texts(const dev_os_entry_t &e)
+{
+    for (const char *t : {e.text1, e.text2, e.text3, e.text4, e.text5, e.text6}) __builtin_prefetch(t);
+}
+
 // The fields of one entry, without descriptions.
 void fill_record(const uint8_t *e, dpi_user &u)
 {
@@ -103,8 +110,12 @@ size_t decode_users(const uint8_t *buf, size_t used, size_t capacity, const DevO
     for (size_t first = 0; first < valid; first += kBatch) {
         const uint8_t *batch = buf + first * kUserEntrySize;
         size_t n = valid - first < kBatch ? valid - first : kBatch;
-        for (size_t j = 0; j < n; ++j)
+        for (size_t j = 0; j < n; ++j) {
             found[j] = lookup.find ? find_device(batch + j * kUserEntrySize, lookup) : nullptr;
+            if (found[j]) __builtin_prefetch(found[j]);
+        }
+        for (size_t j = 0; j < n; ++j)
+            if (found[j]) prefetch_texts(*found[j]);
         for (size_t j = 0; j < n; ++j) {
             users.emplace_back();
             fill_record(batch + j * kUserEntrySize, users.back());
