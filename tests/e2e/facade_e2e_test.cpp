@@ -107,15 +107,12 @@ TEST_F(FacadeE2E, UsersNeedTheDeviceDatabase)
     ASSERT_EQ(dw_.get_users(users), 0);
     ASSERT_EQ(users.size(), 2u);  // the third device is not in use: the list ends there
     // Field formatting is the decoder's, tested on its own; here the path
-    // from the engine through the device database.
-    EXPECT_EQ(users[0].uid, 3);
-    EXPECT_EQ(users[0].mac, "00:1a:2b:cd:ef:09");
-    EXPECT_EQ(users[0].ipv6, "FE80:0000:0000:0000:021A:2BFF:FECD:EF09");
-    EXPECT_EQ(users[0].host_name, "anna-phone");
-    EXPECT_EQ(users[0].dev_attr, 513);
-    EXPECT_EQ(users[0].dev_desc1 + "|" + users[0].dev_desc6, "Smartphone|mobile");
-    EXPECT_EQ(users[1].host_name, "unknown-box");
-    EXPECT_EQ(users[1].dev_desc1, "");
+    // from the engine through the device database, one line per user.
+    const dpi_user &u = users[0];
+    EXPECT_EQ(std::to_string(u.uid) + " " + u.mac + " " + u.ipv6 + " " + u.host_name + " " +
+                  std::to_string(u.dev_attr) + " " + u.dev_desc1 + "|" + u.dev_desc6,
+              "3 00:1a:2b:cd:ef:09 FE80:0000:0000:0000:021A:2BFF:FECD:EF09 anna-phone 513 Smartphone|mobile");
+    EXPECT_EQ(users[1].host_name + "|" + users[1].dev_desc1, "unknown-box|");
 
     DEV_OS_DB_PATH[0] = '\0';
     unlink(db.c_str());
@@ -145,10 +142,8 @@ TEST_F(FacadeNoEngine, FailuresAreLogged)
     EXPECT_TRUE(users.empty());
     auto logs = dwtest::captured_logs();
     ASSERT_EQ(logs.size(), 1u);
-    EXPECT_EQ(logs[0].text, "get user failed(" + std::to_string(rc) + ")");
-    EXPECT_EQ(logs[0].level, 4);
-    EXPECT_EQ(logs[0].function, "get_users");
-    EXPECT_EQ(logs[0].file, "dw_ioctl");
+    EXPECT_EQ(logs[0].function + "|" + logs[0].file + "|" + std::to_string(logs[0].level) + "|" + logs[0].text,
+              "get_users|dw_ioctl|4|get user failed(" + std::to_string(rc) + ")");
 
     rc = dw_ioctl().clear_user_domain();
     EXPECT_NE(rc, 0);
