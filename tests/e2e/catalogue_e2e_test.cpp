@@ -1,13 +1,14 @@
 // Every request function checked on the wire: what dpi-engine-sim received
 // (request code, block fields, data queue attributes, input bytes) against
 // one table written from the layout tables, and each function's result
-// convention. Two runs over the table:
-//   OnTheWire - real queue sizes where this machine allows them; a data
-//               queue that does not fit here is created at 64 KiB by a
-//               wrapper around mq_create that keeps the attributes the
-//               library asked for, and the report arrives capped
-//   OnFailure - an engine that unlinks every data queue early, so each
-//               transport failure shows through the function's convention
+// convention. Three runs over the table:
+//   FullSize    - real queue sizes; a request whose queue cannot be created
+//                 on this machine is skipped with the limit named
+//   ShrunkQueue - the largest requests, with data queues that do not fit
+//                 here created at 64 KiB by a wrapper around mq_create; the
+//                 wrapper keeps the attributes the library asked for
+//   OnFailure   - an engine that unlinks every data queue early, so each
+//                 transport failure shows through the function's convention
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -208,6 +209,10 @@ int failure_of(const Row &r)
 // Every output request is answered with its full size of this byte.
 uint8_t fill_of(const Row &r) { return static_cast<uint8_t>(r.group * 16 + r.command + 1); }
 
+// The largest reports: two messages of them exceed the 819200-byte
+// per-user queue budget of a machine without CAP_SYS_RESOURCE.
+bool is_large(const Row &r) { return r.size > 409600; }
+
 std::string scenario()
 {
     std::string s = R"({"requests": [)";
@@ -306,12 +311,33 @@ protected:
 };
 EngineProcess *Catalogue::engine_ = nullptr;
 
-class OnTheWire : public Catalogue {
+class FullSize : public Catalogue {
 protected:
     static void SetUpTestSuite() { start_engine({}); }
 };
 
-TEST_P(OnTheWire, BlockQueueInputAndReport)
+TEST_P(FullSize, OnTheWire)
+{
+    const Row &r = GetParam();
+    if (r.dir != Dir::command && !dwtest::can_create_queue(maxmsg_of(r), r.size))
+        GTEST_SKIP() << dwtest::queue_skip_reason(maxmsg_of(r), r.size);
+    Io io;
+    int rc;
+    EngineRecord e = call(r, io, rc);
+    EXPECT_EQ(rc, success_of(r)) << engine_->log();
+    expect_on_wire(r, e, r.size);
+    if (r.dir == Dir::output) {
+        EXPECT_EQ(e["capped"], 0);
+        expect_output(r, io, r.size);
+    }
+}
+
+class ShrunkQueue : public Catalogue {
+protected:
+    static void SetUpTestSuite() { start_engine({}); }
+};
+
+TEST_P(ShrunkQueue, OnTheWire)
 {
     const Row &r = GetParam();
     g_creates = 0;
@@ -320,23 +346,15 @@ TEST_P(OnTheWire, BlockQueueInputAndReport)
     int rc;
     EngineRecord e = call(r, io, rc);
     dw::sys::reset_ops();
-    EXPECT_EQ(rc, success_of(r)) << engine_->log();
-    if (r.dir == Dir::command) {
-        EXPECT_EQ(g_creates, 0);
-        expect_on_wire(r, e, 0);
-        return;
-    }
     ASSERT_EQ(g_creates, 1);
-    if (g_used.mq_msgsize != g_asked.mq_msgsize)
-        std::cout << "[ queue    ] " << r.name << ": asked " << g_asked.mq_maxmsg << " x " << g_asked.mq_msgsize
-                  << " bytes, created " << g_used.mq_maxmsg << " x " << g_used.mq_msgsize << "\n";
+    std::cout << "[ queue    ] " << r.name << ": asked " << g_asked.mq_maxmsg << " x " << g_asked.mq_msgsize
+              << " bytes, created " << g_used.mq_maxmsg << " x " << g_used.mq_msgsize << "\n";
     EXPECT_EQ(g_asked.mq_maxmsg, maxmsg_of(r));
     EXPECT_EQ(g_asked.mq_msgsize, static_cast<long>(r.size));
+    EXPECT_EQ(rc, success_of(r)) << engine_->log();
     expect_on_wire(r, e, g_used.mq_msgsize);
-    if (r.dir == Dir::output) {
-        EXPECT_EQ(e["capped"], g_used.mq_msgsize < static_cast<long>(r.size));
-        expect_output(r, io, static_cast<uint32_t>(g_used.mq_msgsize));
-    }
+    EXPECT_EQ(e["capped"], g_used.mq_msgsize < static_cast<long>(r.size));
+    expect_output(r, io, static_cast<uint32_t>(g_used.mq_msgsize));
 }
 
 class OnFailure : public Catalogue {
@@ -364,7 +382,16 @@ TEST_P(OnFailure, ResultConvention)
 
 std::string row_name(const ::testing::TestParamInfo<Row> &i) { return i.param.name; }
 
-INSTANTIATE_TEST_SUITE_P(Requests, OnTheWire, ::testing::ValuesIn(kRows), row_name);
+std::vector<Row> large_output_rows()
+{
+    std::vector<Row> v;
+    for (const Row &r : kRows)
+        if (r.dir == Dir::output && is_large(r)) v.push_back(r);
+    return v;
+}
+
+INSTANTIATE_TEST_SUITE_P(Requests, FullSize, ::testing::ValuesIn(kRows), row_name);
+INSTANTIATE_TEST_SUITE_P(Requests, ShrunkQueue, ::testing::ValuesIn(large_output_rows()), row_name);
 INSTANTIATE_TEST_SUITE_P(Requests, OnFailure, ::testing::ValuesIn(kRows), row_name);
 
 }  // namespace

@@ -8,9 +8,11 @@
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -185,6 +187,34 @@ std::vector<uint8_t> EngineProcess::input_of(const EngineRecord &r) const
     if (r.str("input_file").empty()) return {};
     std::string s = read_text(dir_ + "/" + r.str("input_file"));
     return std::vector<uint8_t>(s.begin(), s.end());
+}
+
+bool can_create_queue(long maxmsg, long msgsize)
+{
+    const struct rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
+    setrlimit(RLIMIT_MSGQUEUE, &unlimited);
+    static std::atomic<unsigned> counter{0};
+    const std::string name = "/dw-probe-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
+    struct mq_attr attr {};
+    attr.mq_maxmsg = maxmsg;
+    attr.mq_msgsize = msgsize;
+    mqd_t q = mq_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600, &attr);
+    if (q == static_cast<mqd_t>(-1)) return false;
+    mq_close(q);
+    mq_unlink(name.c_str());
+    return true;
+}
+
+std::string queue_skip_reason(long maxmsg, long msgsize)
+{
+    struct rlimit lim {};
+    getrlimit(RLIMIT_MSGQUEUE, &lim);
+    auto text = [](rlim_t v) { return v == RLIM_INFINITY ? std::string("unlimited") : std::to_string(v); };
+    std::string max = read_text("/proc/sys/fs/mqueue/msgsize_max");
+    max = max.substr(0, max.find('\n'));
+    return "needs a data queue of " + std::to_string(maxmsg) + " x " + std::to_string(msgsize) +
+           " bytes; this machine's RLIMIT_MSGQUEUE is " + text(lim.rlim_cur) + " bytes (hard " +
+           text(lim.rlim_max) + "), fs.mqueue.msgsize_max " + max + " (run scripts/vm-test)";
 }
 
 std::string data_queue_name_of_this_thread()

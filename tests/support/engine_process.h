@@ -60,6 +60,11 @@ private:
     std::string error_;
 };
 
+// Whether a maxmsg x msgsize queue can be created here after lifting
+// RLIMIT_MSGQUEUE as far as it may, as run_ioctl does.
+bool can_create_queue(long maxmsg, long msgsize);
+// Why not, for GTEST_SKIP(): the sizes and this machine's limits.
+std::string queue_skip_reason(long maxmsg, long msgsize);
 // The data queue name run_ioctl uses from the calling thread.
 std::string data_queue_name_of_this_thread();
 bool queue_exists(const std::string &name);
