@@ -9,10 +9,11 @@
 namespace sim {
 namespace {
 
-struct timespec deadline_in(int ms)
+// The instant ms milliseconds from now on the given clock.
+struct timespec instant_after(clockid_t clock, int ms)
 {
     struct timespec t;
-    clock_gettime(CLOCK_REALTIME, &t);
+    clock_gettime(clock, &t);
     t.tv_sec += ms / 1000;
     t.tv_nsec += static_cast<long>(ms % 1000) * 1000000L;
     if (t.tv_nsec >= 1000000000L) {
@@ -48,7 +49,7 @@ void DataQueue::close()
 
 bool DataQueue::send(const void *data, size_t len, int timeout_ms, std::string &err)
 {
-    struct timespec t = deadline_in(timeout_ms);
+    struct timespec t = instant_after(CLOCK_REALTIME, timeout_ms);
     while (mq_timedsend(q_, static_cast<const char *>(data), len, 0, &t) != 0) {
         if (errno == EINTR) continue;
         err = std::string("mq_timedsend(") + std::to_string(len) + " bytes): " + std::strerror(errno);
@@ -60,7 +61,7 @@ bool DataQueue::send(const void *data, size_t len, int timeout_ms, std::string &
 bool DataQueue::receive(Bytes &out, int timeout_ms, const std::atomic<bool> &stop, std::string &err)
 {
     out.resize(static_cast<size_t>(attr_.mq_msgsize));
-    struct timespec t = deadline_in(timeout_ms);
+    struct timespec t = instant_after(CLOCK_REALTIME, timeout_ms);
     for (;;) {
         ssize_t n = mq_timedreceive(q_, reinterpret_cast<char *>(out.data()), out.size(), nullptr, &t);
         if (n >= 0) {
@@ -76,14 +77,7 @@ bool DataQueue::receive(Bytes &out, int timeout_ms, const std::atomic<bool> &sto
 
 bool pause_ms(int ms, const std::atomic<bool> &stop)
 {
-    struct timespec until;
-    clock_gettime(CLOCK_MONOTONIC, &until);
-    until.tv_sec += ms / 1000;
-    until.tv_nsec += static_cast<long>(ms % 1000) * 1000000L;
-    if (until.tv_nsec >= 1000000000L) {
-        until.tv_sec += 1;
-        until.tv_nsec -= 1000000000L;
-    }
+    const struct timespec until = instant_after(CLOCK_MONOTONIC, ms);
     // An absolute monotonic deadline: signals wake the sleep early, the loop
     // goes back to sleep until the same instant.
     while (!stop) {
